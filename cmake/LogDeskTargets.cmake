@@ -1,0 +1,41 @@
+# What every target of the project shares: warnings, sanitizers, include root.
+
+add_library(logdesk_options INTERFACE)
+target_include_directories(logdesk_options INTERFACE ${CMAKE_SOURCE_DIR})
+target_compile_options(logdesk_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wconversion -Wshadow
+    $<$<BOOL:${LOGDESK_WARNINGS_AS_ERRORS}>:-Werror>)
+target_compile_definitions(logdesk_options INTERFACE
+    QT_NO_KEYWORDS QT_NO_CAST_TO_ASCII BOOST_BIND_GLOBAL_PLACEHOLDERS)
+if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
+    target_link_options(logdesk_options INTERFACE -Wl,--as-needed)
+endif()
+if(LOGDESK_SANITIZE)
+    target_compile_options(logdesk_options INTERFACE
+        -fsanitize=${LOGDESK_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    target_link_options(logdesk_options INTERFACE -fsanitize=${LOGDESK_SANITIZE})
+endif()
+
+# logdesk_library(NAME SOURCES... [LINK LIBS...]): one static library a folder.
+function(logdesk_library name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
+    add_library(${name} STATIC ${ARG_SOURCES})
+    target_link_libraries(${name} PUBLIC logdesk_options ${ARG_LINK})
+endfunction()
+
+# logdesk_test(NAME SOURCES ... LINK ... [TIMEOUT seconds] [LABELS ...]): one GoogleTest program.
+# LINK names logdesk_core_test_main or logdesk_gui_test_main. Every case becomes a ctest entry of its
+# own, run without a display.
+function(logdesk_test name)
+    cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LINK;LABELS" ${ARGN})
+    if(NOT ARG_TIMEOUT)
+        set(ARG_TIMEOUT 120)
+    endif()
+    add_executable(${name} ${ARG_SOURCES})
+    target_link_libraries(${name} PRIVATE ${ARG_LINK} logdesk_test_support GTest::gtest)
+    include(GoogleTest)
+    gtest_discover_tests(${name}
+        DISCOVERY_TIMEOUT 60
+        PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}"
+                   ENVIRONMENT "QT_QPA_PLATFORM=offscreen")
+endfunction()

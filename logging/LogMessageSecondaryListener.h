@@ -1,0 +1,29 @@
+#pragma once
+
+#include "logging/LogClient.h"
+#include "logging/LogMessageListener.h"
+
+#include <optional>
+
+namespace zuLogging {
+
+/// A listener that asks the machine's log service to forward every message to it, from its
+/// construction to its destruction.
+class LogMessageSecondaryListener final : public LogMessageListener
+{
+public:
+    /// Subscribes at the service that the connection info names; with `replay`, the service first
+    /// sends what it has recorded. Throws LogSvcError when the service cannot be found or does not
+    /// acknowledge; nothing stays running then. Blocks for at most 1 second.
+    LogMessageSecondaryListener(SinkList sinks, bool replay);
+    /// Unsubscribes (a service that is gone is no error; at most 1 second) and ends the thread.
+    ~LogMessageSecondaryListener() override;
+
+protected:
+    bool assignsServiceIds() const override { return false; }
+
+private:
+    std::optional<LogClient> client_;
+};
+
+} // namespace zuLogging

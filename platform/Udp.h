@@ -1,0 +1,150 @@
+#pragma once
+
+// IPv4 datagram sockets of the operating system: the only door of the program to the network.
+// Nothing in this header throws; the protocol layers above turn failures into their own errors.
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace zuLogging::platform {
+
+/// One IPv4 socket address. Both fields are in host byte order.
+struct SocketAddress
+{
+    std::uint32_t address = 0;
+    std::uint16_t port = 0;
+
+    friend bool operator==(const SocketAddress& a, const SocketAddress& b)
+    {
+        return a.address == b.address && a.port == b.port;
+    }
+    friend bool operator!=(const SocketAddress& a, const SocketAddress& b) { return !(a == b); }
+};
+
+/// 127.0.0.1
+inline constexpr std::uint32_t loopbackAddress = 0x7F000001U;
+
+enum class SocketLibraryState { Ready, StartupFailed, VersionNotSupported };
+
+/// One start-up and one clean-up of the system's socket library. On systems that need neither
+/// (Linux) `acquire` answers Ready and `release` does nothing.
+SocketLibraryState acquireSocketLibrary();
+void releaseSocketLibrary();
+
+/// The system's text for the calling thread's last socket error; "Unknown error" when it has none.
+std::string lastSocketErrorText();
+
+/// The dotted form of `address` (host order); nothing when the system cannot print it.
+std::optional<std::string> ipv4Text(std::uint32_t address);
+
+/// The address (host order) that the dotted text names; nothing unless the whole text is one.
+std::optional<std::uint32_t> parseIpv4(std::string_view text);
+
+/// Ends a wait of another thread at once. `raise` may be called from any thread and from a signal
+/// handler; a raised signal stays raised.
+class WakeSignal
+{
+public:
+    WakeSignal();
+    ~WakeSignal();
+    WakeSignal(const WakeSignal&) = delete;
+    WakeSignal& operator=(const WakeSignal&) = delete;
+
+    void raise() noexcept;
+    int handle() const noexcept { return handle_; }
+
+private:
+    int handle_ = -1; ///< -1: the system had none to give; waits then last their full time
+};
+
+enum class WaitResult { Readable, TimedOut, Woken, Failed };
+
+enum class ReceiveResult {
+    Datagram,
+    WouldBlock, ///< nothing has arrived
+    Failed
+};
+
+struct ReceivedDatagram
+{
+    ReceiveResult result = ReceiveResult::Failed;
+    /// Length on the wire; larger than the buffer's capacity when the datagram was cut to it.
+    std::size_t length = 0;
+    /// The sender; empty when it was not an IPv4 peer.
+    std::optional<SocketAddress> sender;
+};
+
+class DatagramBatch;
+
+/// Owns one UDP descriptor. Movable, not copyable. Interrupted calls are gone on with.
+/// One thread at a time, except that WakeSignal::raise may come from any.
+class UdpSocket
+{
+public:
+    UdpSocket() = default;
+    ~UdpSocket();
+    UdpSocket(UdpSocket&& other) noexcept;
+    UdpSocket& operator=(UdpSocket&& other) noexcept;
+    UdpSocket(const UdpSocket&) = delete;
+    UdpSocket& operator=(const UdpSocket&) = delete;
+
+    /// True when the socket is there afterwards. An open socket is closed first.
+    bool open();
+    void close() noexcept;
+    bool isOpen() const noexcept { return handle_ >= 0; }
+    int handle() const noexcept { return handle_; }
+
+    bool setReceiveBufferSize(int bytes);
+    bool setSendBufferSize(int bytes);
+    bool setNonBlocking();
+    bool bind(const SocketAddress& address);
+    /// The address that the system bound the socket to.
+    std::optional<SocketAddress> boundAddress() const;
+
+    /// Waits until a datagram can be received, the time is over, or `wake` is raised (which counts
+    /// first).
+    WaitResult waitReadable(std::chrono::milliseconds timeout, const WakeSignal* wake = nullptr);
+
+    /// Receives one datagram into `buffer`.
+    ReceivedDatagram receive(void* buffer, std::size_t capacity);
+
+    /// Receives, without waiting, as many datagrams as have arrived and fit into `batch`, in their
+    /// order of arrival: one system call instead of one each. WouldBlock: none had arrived.
+    ReceiveResult receive(DatagramBatch& batch);
+
+    /// True when the system took the whole datagram.
+    bool send(const void* data, std::size_t length, const SocketAddress& destination);
+
+private:
+    int handle_ = -1;
+};
+
+/// Fixed buffers for UdpSocket::receive of many datagrams, made once and used again and again.
+class DatagramBatch
+{
+public:
+    /// `capacity` datagrams of at most `datagramCapacity` bytes each.
+    DatagramBatch(std::size_t capacity, std::size_t datagramCapacity);
+    ~DatagramBatch();
+    DatagramBatch(const DatagramBatch&) = delete;
+    DatagramBatch& operator=(const DatagramBatch&) = delete;
+
+    /// Datagrams that the last receive brought.
+    std::size_t size() const noexcept;
+    const std::uint8_t* data(std::size_t index) const noexcept;
+    /// Length on the wire; larger than `datagramCapacity` when the datagram was cut to it.
+    std::size_t length(std::size_t index) const noexcept;
+    std::optional<SocketAddress> sender(std::size_t index) const noexcept;
+
+private:
+    friend class UdpSocket;
+    struct Buffers;
+    std::unique_ptr<Buffers> buffers_;
+};
+
+} // namespace zuLogging::platform

@@ -1,0 +1,119 @@
+#pragma once
+
+#include "logging/DecodedMessage.h"
+#include "logging/LogMessage.h"
+#include "logging/LogMessageSecondaryListener.h"
+#include "store/MessageFilter.h"
+
+#include <QObject>
+#include <QString>
+#include <QStringList>
+
+#include <boost/thread/mutex.hpp>
+#include <boost/thread/thread.hpp>
+
+#include <atomic>
+#include <cstddef>
+#include <deque>
+#include <list>
+#include <memory>
+#include <vector>
+
+namespace zuLogging {
+
+class LogTableModel;
+
+/// The message store: the hand-over point between the thread that receives messages and the window.
+/// The receiving thread fills a bounded queue; a worker thread of the store's own moves the records
+/// from there into the model of all messages and, if they pass the filter, into the model of the
+/// filtered messages. At the row limit the oldest rows leave as new ones enter.
+///
+/// Locks, in the order in which they may be taken: `runLock_` (listener, workers), `filterLock_`
+/// (the filter and the moving of records: whoever holds it decides what the filtered model gets),
+/// a model's own lock, `queueLock_`.
+///
+/// The display state (show filtered, highlight, search, time display) is written on the GUI thread
+/// and read there by the models.
+class LogContainer : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Takes row limit and filter from the view settings.
+    LogContainer();
+    /// Ends every worker and the listener before anything is freed; at most about 1 second.
+    ~LogContainer() override;
+
+    /// GUI thread, once. Neither model is owned. Lays out both models' columns from the view
+    /// settings. A null model may be given (tests); before the models die, set them to null.
+    void setModels(LogTableModel* full, LogTableModel* filtered);
+    LogTableModel* fullModel() const { return fullModel_; }
+    LogTableModel* filteredModel() const { return filteredModel_; }
+
+    /// GUI thread. True when logging runs; otherwise `takeErrorText` says why. With `replay` the
+    /// service first sends what it has recorded. Logging that runs is stopped first.
+    bool startLogging(bool replay);
+    /// GUI thread, or a thread that ends before the store. Releases the listener (blocks for at
+    /// most about 1 second) and has the worker empty the queue and end. Where no worker runs (the
+    /// start had failed) the run is over at once.
+    void stopLogging();
+    /// Makes the worker end at its next round without emptying the queue. Any thread.
+    void setShuttingDown() { shuttingDown_ = true; }
+
+    /// Logging was started and its worker has not ended. Any thread.
+    bool isActive() const { return active_; }
+    /// What went wrong at the last failed start; empty afterwards. GUI thread.
+    QString takeErrorText();
+
+    /// Receiving thread. Dropped while not active, and when the queue is full the oldest goes.
+    void addMessage(const DecodedMessage& fields);
+    /// The oldest queued record; empty if there is none. Any thread.
+    std::shared_ptr<LogMessage> takeMessage();
+    /// Any thread.
+    std::size_t queueSize() const;
+
+    int maximumMessages() const { return maximumMessages_; }
+    void setMaximumMessages(int count) { maximumMessages_ = count; }
+
+    /// GUI thread: replaces the filter and rebuilds the filtered model, unless nothing changed.
+    void setFilter(const QStringList& include, const QStringList& levels,
+                   const QStringList& exclude, bool includeCase, bool excludeCase);
+    MessageFilter filter() const;
+    /// True if any of the three lists has an entry. Any thread.
+    bool isFiltering() const { return filtering_; }
+    /// GUI thread: rebuilds the filtered model from the full one.
+    void refilter();
+    /// GUI thread: keeps the newest `count` rows of the full model. Does not touch the filtered
+    /// one.
+    void truncateTo(int count);
+    /// GUI thread: empties both models; records still queued come afterwards.
+    void clearModels();
+
+    /// GUI thread: which model the view shows; carries the sort state across.
+    void setShowFiltered(bool show);
+    bool showFiltered() const { return showFiltered_; }
+
+    // Display state, GUI thread.
+    /// A search is active: cells that contain its text are painted as matches.
+    bool highlight() const { return highlight_; }
+    void setHighlight(bool on) { highlight_ = on; }
+    bool searchDown() const { return searchDown_; }
+    void setSearchDown(bool down) { searchDown_ = down; }
+    const QString& highlightText() const { return highlightText_; }
+    void setHighlightText(const QString& text) { highlightText_ = text; }
+    Qt::CaseSensitivity highlightCase() const { return highlightCase_; }
+    void setHighlightCase(Qt::CaseSensitivity rule) { highlightCase_ = rule; }
+    /// 0: date and time; otherwise seconds since the reference.
+    int timeDisplayMode() const { return timeDisplayMode_; }
+    void setTimeDisplayMode(int mode) { timeDisplayMode_ = mode; }
+
+Q_SIGNALS:
+    /// A worker has ended. Emitted on its thread.
+    void stopLoggingDone();
+
+private:
+    void processMessages();
+    // The rest is the implementer's.
+};
+
+} // namespace zuLogging

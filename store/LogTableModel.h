@@ -1,0 +1,108 @@
+#pragma once
+
+#include "logging/LogMessage.h"
+
+#include <QAbstractTableModel>
+#include <QList>
+
+#include <boost/thread/mutex.hpp>
+
+#include <cstddef>
+#include <memory>
+#include <vector>
+
+namespace zuLogging {
+
+class LogContainer;
+class SortedList;
+
+/// Log messages as table rows: in order of arrival, or through a sort index.
+///
+/// Threads: the store's worker adds and removes rows at any time, without row signals; readers are
+/// on the GUI thread, where the view announces what changed with `announceChanges` on its timer.
+/// The lock guards messages, identifiers, sort index, references and columns; every operation takes
+/// it for its whole run, so each answer is consistent in itself, not with the one before.
+/// Lock order: the filtered model's lock may be held when the full model's is taken, never the
+/// other way round.
+class LogTableModel : public QAbstractTableModel
+{
+    Q_OBJECT
+
+public:
+    explicit LogTableModel(std::shared_ptr<LogContainer> store, QObject* parent = nullptr);
+    ~LogTableModel() override;
+
+    QModelIndex index(int row, int column, const QModelIndex& parent = {}) const override;
+    int rowCount(const QModelIndex& parent = {}) const override;
+    int columnCount(const QModelIndex& parent = {}) const override;
+    QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
+    QVariant headerData(int section, Qt::Orientation orientation,
+                        int role = Qt::DisplayRole) const override;
+    Qt::ItemFlags flags(const QModelIndex& index) const override;
+    void sort(int column, Qt::SortOrder order = Qt::AscendingOrder) override;
+
+    /// Appends a row. Any thread.
+    void addMessage(std::shared_ptr<LogMessage> message);
+    /// Appends rows under one lock. Any thread.
+    void addMessages(const std::vector<std::shared_ptr<LogMessage>>& messages);
+    /// Inserts at a stored row; a negative row does nothing. Any thread.
+    void insertMessage(int row, std::shared_ptr<LogMessage> message);
+    /// Drops stored row 0 and returns the low 32 bits of its service message identifier; 0 if the
+    /// model is empty. Any thread.
+    int removeOldest();
+    /// The same `count` times under one lock; the results in order.
+    std::vector<int> removeOldest(int count);
+    /// Removes the first row whose service message identifier is `identifier`, sign-extended, from
+    /// messages and identifiers only: the sort index is not touched. An identifier below 1 is not
+    /// looked for. Any thread.
+    bool removeByIdentifier(int identifier);
+    /// The same for each of `identifiers` in order, under one lock.
+    void removeByIdentifiers(const std::vector<int>& identifiers);
+
+    /// Empty for a row out of range.
+    std::shared_ptr<LogMessage> messageAt(int storedRow) const;
+    /// A displayed row's stored row: through the sort index, or itself when unsorted; -1 if out of
+    /// range.
+    int storedRow(int displayedRow) const;
+    void clear();
+
+    /// Marks or unmarks a time reference. The start entry, row 0, goes with the first mark.
+    void addReference(int displayedRow);
+    void removeReference(int displayedRow);
+    QList<int> references() const;
+
+    QString cellText(int displayedRow, int column) const;
+    bool matches(const QModelIndex& index, const QString& text,
+                 Qt::CaseSensitivity caseRule) const;
+    /// The cell to the right or to the left, wrapping around rows and the table.
+    QModelIndex nextIndex(const QModelIndex& index) const;
+    QModelIndex previousIndex(const QModelIndex& index) const;
+    /// The next cell in the given direction whose text contains `text`; invalid when no cell but
+    /// `start` does, or `start` is invalid.
+    QModelIndex findNext(const QModelIndex& start, const QString& text, bool directionDown,
+                         Qt::CaseSensitivity caseRule) const;
+    QVariant sortKey(int storedRow, int column) const;
+
+    int sortColumn() const;
+    Qt::SortOrder sortOrder() const;
+    QList<int> columns() const;
+    /// Shows exactly these fields, left to right, keeping rows, sort and selection as far as their
+    /// columns remain. GUI thread.
+    void setColumns(const QList<int>& fields);
+    /// Adds a field as the last column unless it is shown already. GUI thread, before any view.
+    void addColumn(int field);
+
+    /// Tells the views that rows came or went. GUI thread.
+    void announceChanges();
+
+    /// The time stamp of stored row 0, if there is one. Any thread.
+    bool firstTimestamp(std::uint64_t& timestamp) const;
+
+private:
+    struct Rows;
+    std::shared_ptr<LogContainer> store_;
+    std::unique_ptr<Rows> rows_;
+    mutable boost::mutex lock_;
+};
+
+} // namespace zuLogging

@@ -1,0 +1,13 @@
+#include "tests/support/TestEnvironment.h"
+
+#include <QCoreApplication>
+
+#include <gtest/gtest.h>
+
+int main(int argc, char** argv)
+{
+    ::testing::InitGoogleTest(&argc, argv);
+    QCoreApplication application(argc, argv);
+    zuLogging::test::TestEnvironment environment;
+    return RUN_ALL_TESTS();
+}
