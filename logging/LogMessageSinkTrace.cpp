@@ -1,0 +1,1 @@
+#include "logging/LogMessageSinkTrace.h"
