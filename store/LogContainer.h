@@ -113,7 +113,27 @@ Q_SIGNALS:
 
 private:
     void processMessages();
-    // The rest is the implementer's.
+
+    std::shared_ptr<LogMessageSecondaryListener> listener_; ///< under runLock_
+    LogTableModel* fullModel_ = nullptr;
+    LogTableModel* filteredModel_ = nullptr;
+    mutable boost::mutex runLock_;
+    mutable boost::mutex filterLock_;
+    mutable boost::mutex queueLock_;
+    std::deque<std::shared_ptr<LogMessage>> queue_; ///< oldest first; under queueLock_
+    QString errorText_;
+    std::atomic<int> maximumMessages_{100000};
+    MessageFilter filter_; ///< written by the GUI thread under filterLock_
+    std::atomic<bool> filtering_{false};
+    bool showFiltered_ = false;
+    std::atomic<bool> active_{false};
+    std::atomic<bool> stopRequested_{false};
+    std::atomic<bool> shuttingDown_{false};
+    bool highlight_ = false;
+    bool searchDown_ = true;
+    QString highlightText_;
+    Qt::CaseSensitivity highlightCase_ = Qt::CaseInsensitive;
+    std::atomic<int> timeDisplayMode_{0};
 };
 
 } // namespace zuLogging
