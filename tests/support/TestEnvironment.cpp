@@ -26,9 +26,15 @@ TestEnvironment::TestEnvironment()
     theEnvironment = this;
 }
 
-TestEnvironment::~TestEnvironment() { theEnvironment = nullptr; }
+TestEnvironment::~TestEnvironment()
+{
+    theEnvironment = nullptr;
+}
 
-TestEnvironment& TestEnvironment::instance() { return *theEnvironment; }
+TestEnvironment& TestEnvironment::instance()
+{
+    return *theEnvironment;
+}
 
 bool waitFor(const std::function<bool()>& condition, int limitMs)
 {

@@ -1,0 +1,38 @@
+#!/usr/bin/env bash
+# Installs those of the named groups' packages that are missing: build, test, virtual-display.
+# Asks for no rights when everything is there already.
+set -euo pipefail
+
+build=(build-essential cmake ninja-build qtbase5-dev libboost-dev libboost-thread-dev
+       libboost-date-time-dev libboost-program-options-dev)
+test=(libgtest-dev libbenchmark-dev fonts-dejavu-core xvfb xdotool)
+virtual_display=(xvfb xdotool imagemagick x11-utils fonts-dejavu-core)
+
+wanted=()
+for group in "$@"; do
+    case "$group" in
+        build) wanted+=("${build[@]}") ;;
+        test) wanted+=("${test[@]}") ;;
+        virtual-display) wanted+=("${virtual_display[@]}") ;;
+        *) echo "install-packages.sh: unknown group '$group'" >&2; exit 2 ;;
+    esac
+done
+
+missing=()
+for package in "${wanted[@]}"; do
+    status=$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null || true)
+    [ "$status" = installed ] || missing+=("$package")
+done
+[ ${#missing[@]} -eq 0 ] && exit 0
+
+echo "Installing: ${missing[*]}"
+as_root=()
+if [ "$(id -u)" -ne 0 ]; then
+    if ! command -v sudo >/dev/null; then
+        echo "These packages are missing and need root to install: ${missing[*]}" >&2
+        exit 1
+    fi
+    as_root=(sudo)
+fi
+"${as_root[@]}" apt-get update -q
+"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends "${missing[@]}"
