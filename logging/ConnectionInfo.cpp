@@ -1,1 +1,71 @@
 #include "logging/ConnectionInfo.h"
+
+#include "logging/LogSvcError.h"
+#include "logging/Packet.h"
+#include "platform/SharedMemory.h"
+
+#include <QByteArray>
+
+namespace zuLogging {
+
+namespace {
+
+constexpr char defaultName[] = "zuLogSvcConnectionInfo";
+
+constexpr std::size_t magicOffset = 0;
+constexpr std::size_t versionOffset = 4;
+constexpr std::size_t sizeOffset = 8;
+constexpr std::size_t addressOffset = 12;
+constexpr std::size_t portOffset = 16;
+
+LogSvcError connectFailure(const std::string& cause)
+{
+    return LogSvcError("Failed to connect to the shared memory with connection info: " + cause);
+}
+
+} // namespace
+
+std::string connectionInfoName()
+{
+    const QByteArray name = qgetenv("ZULOG_CONNECTION_INFO");
+    if (name.isEmpty() || name.contains('/'))
+        return defaultName;
+    return name.toStdString();
+}
+
+std::vector<std::uint8_t> encodeConnectionInfo(const SocketAddress& address)
+{
+    std::vector<std::uint8_t> record(connectionInfoSize);
+    storeU32(record.data() + magicOffset, connectionInfoMagic);
+    storeU32(record.data() + versionOffset, connectionInfoVersion);
+    storeU32(record.data() + sizeOffset, static_cast<std::uint32_t>(connectionInfoSize));
+    storeU32(record.data() + addressOffset, address.address);
+    storeU64(record.data() + portOffset, address.port);
+    return record;
+}
+
+SocketAddress readConnectionInfo(const std::string& name)
+{
+    const platform::SharedMemoryContents contents =
+        platform::readSharedMemory(name, connectionInfoSize);
+    switch (contents.status) {
+    case platform::SharedMemoryStatus::Ok:
+        break;
+    case platform::SharedMemoryStatus::NotFound:
+        throw connectFailure("Shared memory error");
+    case platform::SharedMemoryStatus::Failed:
+        throw connectFailure(contents.error);
+    }
+
+    const std::vector<std::uint8_t>& record = contents.bytes;
+    if (record.size() < connectionInfoSize ||
+        loadU32(record.data() + magicOffset) != connectionInfoMagic ||
+        loadU32(record.data() + versionOffset) == 0 ||
+        loadU32(record.data() + sizeOffset) < connectionInfoSize)
+        throw LogSvcError("Failed to retrieve valid connection info");
+    // Only the low 16 bits of the port's field have a meaning.
+    return SocketAddress{loadU32(record.data() + addressOffset),
+                         loadU16(record.data() + portOffset)};
+}
+
+} // namespace zuLogging

@@ -9,7 +9,8 @@
 namespace zuLogging {
 
 /// Log levels are single bits, so that a set of them is a bit mask.
-enum class LogLevel : std::uint64_t {
+enum class LogLevel : std::uint64_t
+{
     None = 0,
     Fatal = 1,
     Err = 2,
@@ -19,9 +20,9 @@ enum class LogLevel : std::uint64_t {
     Debug = 32
 };
 
-inline constexpr std::array<LogLevel, 7> allLogLevels{LogLevel::None, LogLevel::Fatal, LogLevel::Err,
-                                                      LogLevel::Warn, LogLevel::Info,
-                                                      LogLevel::Trace, LogLevel::Debug};
+inline constexpr std::array<LogLevel, 7> allLogLevels{
+    LogLevel::None, LogLevel::Fatal, LogLevel::Err,  LogLevel::Warn,
+    LogLevel::Info, LogLevel::Trace, LogLevel::Debug};
 
 /// "none", "fatal", "err", "warn", "info", "trace", "debug"; empty for any other value.
 std::u16string_view logLevelName(std::uint64_t level) noexcept;

@@ -36,7 +36,8 @@ inline constexpr std::size_t containerServiceMsgIdOffset = 20;
 
 inline constexpr std::uint8_t containerFlagSecondary = 0x04;
 
-enum class ItemType : std::uint8_t {
+enum class ItemType : std::uint8_t
+{
     LogMessage = 1,
     Timestamp = 2,
     Module = 3,
@@ -52,7 +53,8 @@ enum class ItemType : std::uint8_t {
 inline constexpr std::uint8_t textFlagUtf16 = 0x01;
 inline constexpr std::uint8_t textFlagUtf32 = 0x02;
 
-enum class TextMode {
+enum class TextMode
+{
     Plain, ///< any flag makes the item unusable; always UTF-8
     Text   ///< flags select UTF-16, UTF-32 or the container's code page
 };
@@ -94,13 +96,31 @@ public:
     std::optional<std::vector<CounterSet>> counterSets() const;
 
 private:
+    friend struct DecodedMessage;
+
     struct Item
     {
-        const std::uint8_t* data;
+        const std::uint8_t* data; ///< may lie behind the container until `fits` said otherwise
         std::size_t length;
+        std::uint8_t type;
         std::uint8_t flags;
     };
+
+    [[noreturn]] static void throwInconsistent();
+
+    /// True if there are items to scan; throws for a size that holds neither none nor one.
+    bool hasItems() const;
+    /// The item whose header begins at `position`, at most `size() - containerItemHeaderSize`.
+    Item itemAt(std::size_t position) const noexcept;
+    bool fits(const Item& item) const noexcept;
     std::optional<Item> find(ItemType type) const;
+
+    static std::optional<std::uint64_t> numberOf(const Item& item);
+    /// True if the text's characters depend on the container's code page item.
+    static bool needsCodePage(const Item& item, TextMode mode) noexcept;
+    /// Replaces `text`; false, and `text` empty, when the item has no value.
+    static bool textOf(const Item& item, TextMode mode, std::uint64_t codePage,
+                       std::u16string& text);
 
     const std::uint8_t* data_;
     std::size_t size_;

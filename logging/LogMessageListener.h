@@ -3,6 +3,7 @@
 #include "logging/LogMessageSink.h"
 #include "logging/LogProtoServer.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
@@ -11,10 +12,18 @@ namespace zuLogging {
 /// The server that understands the log message protocol: hands every container to its sinks, adds
 /// and removes forwarders, passes replay requests on.
 ///
+/// A sink that fails does not keep a message, a replay request or an idle call from the sinks
+/// behind it; the first failure is reported when all have been called.
+///
 /// The sink list is changed on the receiving thread only, after construction, and so needs no lock.
 class LogMessageListener : public LogProtoServer<LogMsgProtocol>
 {
 public:
+    /// As many sinks of one class as requests can add: whoever can send a datagram must not be able
+    /// to grow the program without bound. A further request fails with "The command packet data are
+    /// out of range".
+    static constexpr std::size_t maximumSinksOfOneClass = 64;
+
     /// `firstNumber` is the number before that of the first container, for tests of the wrap.
     explicit LogMessageListener(SinkList sinks, std::uint64_t firstNumber = 0);
     ~LogMessageListener() override;
@@ -26,16 +35,22 @@ protected:
     /// True for a log service, which numbers the messages it hands on.
     virtual bool assignsServiceIds() const = 0;
 
-    /// Receiving thread, or before `start`. True if a sink was added.
+    /// Receiving thread, or before `start`. True if a sink was added; false if one of that class
+    /// matches already. Throws LogSvcError: what the factory throws, an unknown type, the limit
+    /// above, or a forwarder to this very listener, which would send every message round for ever.
     bool addSink(std::uint32_t typeCode, std::string_view argumentText);
-    /// Receiving thread. True if a sink was removed.
+    /// Receiving thread. True if a sink was removed. Throws LogSvcError for an unknown type, unless
+    /// there are no sinks at all.
     bool removeSink(std::uint32_t typeCode, std::string_view argumentText);
 
     const SinkList& sinks() const { return sinks_; }
 
 private:
-    void deliver(const Packet& request, bool secondary, bool numbered);
+    void handleCommand(LogMessageCommand command, const std::uint8_t* payload, std::size_t length,
+                       bool numbered);
+    void deliver(const std::uint8_t* payload, std::size_t length, bool secondary, bool numbered);
     void replay(const ReplayRequest& request, std::string_view addressText);
+    bool isOwnAddress(std::string_view addressText) const;
 
     SinkList sinks_;
     std::uint64_t counter_; ///< containers so far; 0 is never handed out, not even after a wrap

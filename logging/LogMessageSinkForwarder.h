@@ -1,1 +1,35 @@
 #pragma once
+
+#include "logging/LogClient.h"
+#include "logging/LogMessageSink.h"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace zuLogging {
+
+/// Sends every container on to another log protocol server, without waiting for an acknowledge. A
+/// destination that is gone costs two failed sends for each container and does not end it.
+class LogMessageSinkForwarder final : public LogMessageSink
+{
+public:
+    /// `addressText` (a.b.c.d:port) names the destination. Throws LogSvcError "Failed to parse
+    /// socket address string" or "Failed to create the log client socket".
+    explicit LogMessageSinkForwarder(std::string_view addressText,
+                                     std::uint32_t containerOperatingMode = 0);
+
+    /// Both kinds are sent as the container's own flags say.
+    void consume(const LogMessageContainerView& container) override;
+    void consumeSecondary(const LogMessageContainerView& container) override;
+
+    /// True for exactly the text that `argumentText` returns.
+    bool matches(std::string_view argumentText) const override;
+    /// The destination.
+    std::string argumentText() const override;
+
+private:
+    LogClient client_;
+};
+
+} // namespace zuLogging

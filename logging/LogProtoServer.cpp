@@ -1,1 +1,224 @@
 #include "logging/LogProtoServer.h"
+
+#include "logging/LogSvcError.h"
+#include "platform/ThreadPriority.h"
+#include "platform/Trace.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+#include <exception>
+#include <string>
+#include <thread>
+
+namespace zuLogging {
+
+namespace {
+
+constexpr int socketBufferSize = 0x20000;
+constexpr std::chrono::milliseconds idlePeriod(2000);
+
+constexpr char malformedPacket[] = "Received malformed input packet";
+
+/// Never throws: a lack of memory for the text must not end the thread that reports it.
+void traceLine(const char* text, const char* cause = "") noexcept
+{
+    try {
+        platform::trace(std::string(text) + cause);
+        platform::trace(std::string_view("\n"));
+    } catch (const std::exception&) {
+    }
+}
+
+void traceFailure(const char* step, const char* cause) noexcept
+{
+    try {
+        const std::string prefix =
+            std::string("Error while processing log protocol requests (") + step + "): ";
+        traceLine(prefix.c_str(), cause);
+    } catch (const std::exception&) {
+    }
+}
+
+} // namespace
+
+template <class Protocol>
+LogProtoServer<Protocol>::LogProtoServer()
+{
+    if (!socket_.open())
+        throw LogSvcError("Failed to create a log server socket");
+    if (!socket_.setReceiveBufferSize(socketBufferSize))
+        traceLine("Warning: failed to configure server socket's receive buffer size");
+    if (!socket_.setSendBufferSize(socketBufferSize))
+        traceLine("Warning: failed to configure server socket's send buffer size");
+    if (!socket_.setNonBlocking())
+        traceLine("Warning: failed to switch log server's socket to non-blocking mode");
+    if (!socket_.bind({platform::loopbackAddress, 0}))
+        throw LogSvcError("Failed to bind the log server socket");
+}
+
+template <class Protocol>
+LogProtoServer<Protocol>::~LogProtoServer()
+{
+    stop();
+}
+
+template <class Protocol>
+SocketAddress LogProtoServer<Protocol>::boundAddress() const
+{
+    const std::optional<SocketAddress> address = socket_.boundAddress();
+    if (!address)
+        throw LogSvcError("Failed to query the port number bound to the log server socket");
+    return *address;
+}
+
+template <class Protocol>
+void LogProtoServer<Protocol>::start()
+{
+    if (thread_.joinable() || !socket_.isOpen())
+        return;
+    // Here and not on the thread, where a lack of memory would have nobody to be reported to.
+    buffers_ = std::make_unique<Buffers>();
+    running_.store(true);
+    try {
+        thread_ = boost::thread([this] { run(); });
+    } catch (...) {
+        running_.store(false);
+        throw;
+    }
+}
+
+template <class Protocol>
+void LogProtoServer<Protocol>::stop()
+{
+    running_.store(false);
+    wake_.raise();
+    if (thread_.joinable()) {
+        // A join that the caller's own interruption ends early would leave the thread running.
+        const boost::this_thread::disable_interruption uninterrupted;
+        thread_.join();
+    }
+    socket_.close();
+}
+
+template <class Protocol>
+void LogProtoServer<Protocol>::run()
+{
+    platform::raiseCurrentThreadPriority();
+    int failuresInARow = 0;
+    while (running_.load()) {
+        bool failed = false;
+        switch (socket_.waitReadable(idlePeriod, &wake_)) {
+        case platform::WaitResult::Readable:
+            failed = !receiveArrived();
+            break;
+        case platform::WaitResult::TimedOut:
+            try {
+                idle();
+            } catch (const std::exception& error) {
+                traceFailure("idle", error.what());
+            }
+            break;
+        case platform::WaitResult::Woken:
+            break;
+        case platform::WaitResult::Failed:
+            traceFailure("select", platform::lastSocketErrorText().c_str());
+            failed = true;
+            break;
+        }
+        failuresInARow = failed ? failuresInARow + 1 : 0;
+        // One error may belong to one datagram; a socket that only fails must not spin the thread.
+        if (failuresInARow > 3)
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    }
+}
+
+/// Handles everything that has arrived. False when the socket failed.
+template <class Protocol>
+bool LogProtoServer<Protocol>::receiveArrived()
+{
+    platform::DatagramBatch& batch = buffers_->arrived;
+    while (running_.load()) {
+        switch (socket_.receive(batch)) {
+        case platform::ReceiveResult::Datagram:
+            break;
+        case platform::ReceiveResult::WouldBlock:
+            return true;
+        case platform::ReceiveResult::Failed:
+            traceFailure("recv", platform::lastSocketErrorText().c_str());
+            return false;
+        }
+        const std::size_t count = batch.size();
+        for (std::size_t i = 0; i < count; ++i)
+            handle(batch.data(i), batch.length(i), batch.sender(i));
+        // The wait tells sooner than another empty receive that nothing more is there.
+        if (count < batchCapacity)
+            return true;
+    }
+    return true;
+}
+
+template <class Protocol>
+void LogProtoServer<Protocol>::handle(const std::uint8_t* datagram, std::size_t length,
+                                      const std::optional<SocketAddress>& sender)
+{
+    Packet& request = buffers_->request;
+    Packet& acknowledge = buffers_->acknowledge;
+    std::memcpy(request.bytes(), datagram, std::min(length, maximumPacket));
+    try {
+        dispatch(request, length, acknowledge);
+        if ((request.header().flags & flagNoAcknowledge) != 0 || !sender)
+            return;
+        if (acknowledge.size() > maximumPacket)
+            throw LogSvcError("The command packet data are out of range");
+        if (!socket_.send(acknowledge.bytes(), acknowledge.size(), *sender))
+            traceFailure("send", platform::lastSocketErrorText().c_str());
+    } catch (const std::exception& error) {
+        traceFailure("process_client_cmd", error.what());
+    }
+}
+
+template <class Protocol>
+void LogProtoServer<Protocol>::dispatch(const Packet& request, std::size_t length,
+                                        Packet& acknowledge)
+{
+    if (length < packetHeaderSize || length > maximumPacket)
+        throw LogSvcError(malformedPacket);
+    const PacketHeader header = request.header();
+    if (header.magic != Protocol::magic) {
+        if (!processForeign(request, length, acknowledge))
+            throw LogSvcError(malformedPacket);
+        return;
+    }
+    if (header.payloadLength > maximumPayload)
+        throw LogSvcError(malformedPacket);
+
+    if (length != packetHeaderSize + header.payloadLength) {
+        traceLine("Refusing command packet with unexpected size");
+        acknowledge.setHeader(acknowledgeOf(header, PacketStatus::BadPacket));
+        return;
+    }
+    const bool isAcknowledge = (header.command & commandAcknowledgeBit) != 0;
+    const unsigned allowedFlags = isAcknowledge ? 0U : flagNoAcknowledge;
+    if ((header.flags & ~allowedFlags) != 0) {
+        traceLine("Refusing command packet containing unsupported flags");
+        acknowledge.setHeader(acknowledgeOf(header, PacketStatus::UnsupportedFlags));
+        return;
+    }
+    try {
+        process(request, length, acknowledge);
+    } catch (const std::exception& error) {
+        traceFailure("negative ack generated", error.what());
+        acknowledge.setHeader(acknowledgeOf(header, PacketStatus::Failed));
+    }
+}
+
+template <class Protocol>
+bool LogProtoServer<Protocol>::processForeign(const Packet&, std::size_t, Packet&)
+{
+    return false;
+}
+
+template class LogProtoServer<LogMsgProtocol>;
+
+} // namespace zuLogging

@@ -8,7 +8,10 @@
 #include <boost/thread/thread.hpp>
 
 #include <atomic>
-#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
 
 namespace zuLogging {
 
@@ -47,7 +50,8 @@ public:
     void stop();
 
 protected:
-    /// Starts the receiving thread. Throws boost::thread_resource_error.
+    /// Starts the receiving thread, once in the object's life. Throws boost::thread_resource_error
+    /// or std::bad_alloc; nothing runs then.
     void start();
 
     /// Handles one valid request of `length` bytes. Returns with `acknowledge` filled, or throws
@@ -57,18 +61,35 @@ protected:
     /// Called when nothing arrived for 2 seconds.
     virtual void idle() = 0;
 
-    /// A datagram of another protocol (a header at least, and no longer than a packet may be).
-    /// True: `acknowledge` is filled and is sent. The default refuses it as malformed.
+    /// A datagram of another protocol (a header at least, and no longer than a packet may be; its
+    /// payload length is unchecked). True: `acknowledge` is filled and, unless flag bit 0 of the
+    /// request says otherwise, sent. False, and every exception: dropped without an answer; false
+    /// counts as malformed, which is what the default says.
     virtual bool processForeign(const Packet& request, std::size_t length, Packet& acknowledge);
 
 private:
+    /// Datagrams taken from the system in one call.
+    static constexpr std::size_t batchCapacity = 64;
+
+    /// What the receiving thread works in, made once by `start`.
+    struct Buffers
+    {
+        /// One byte more than a packet may have, so that a longer one is never cut to a valid one.
+        platform::DatagramBatch arrived{batchCapacity, maximumPacket + 1};
+        Packet request;
+        Packet acknowledge;
+    };
+
     void run();
-    void handle(const Packet& request, std::size_t length, const SocketAddress& sender);
-    bool dispatch(const Packet& request, std::size_t length, Packet& acknowledge);
+    bool receiveArrived();
+    void handle(const std::uint8_t* datagram, std::size_t length,
+                const std::optional<SocketAddress>& sender);
+    void dispatch(const Packet& request, std::size_t length, Packet& acknowledge);
 
     SocketLibraryGuard guard_;
     boost::thread thread_;
     platform::UdpSocket socket_;
+    std::unique_ptr<Buffers> buffers_;
     std::atomic<bool> running_{false};
     platform::WakeSignal wake_;
 };

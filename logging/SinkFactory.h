@@ -10,7 +10,8 @@
 namespace zuLogging {
 
 /// The numbers by which sinks are named on the wire and in the service's start-up file.
-enum class SinkType : std::uint32_t {
+enum class SinkType : std::uint32_t
+{
     Trace = 0,
     Cout = 1,
     Cerr = 2,

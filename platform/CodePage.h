@@ -14,4 +14,8 @@ inline constexpr std::uint64_t codePageUtf8 = 65001;
 /// page, or a conversion that yields no characters, gives nothing. Any thread.
 std::optional<std::u16string> multiByteToUtf16(std::string_view bytes, std::uint64_t codePage);
 
+/// The same into `text`, whose memory is used again. False, and `text` empty, where the other gives
+/// nothing.
+bool multiByteToUtf16(std::string_view bytes, std::uint64_t codePage, std::u16string& text);
+
 } // namespace zuLogging::platform
