@@ -23,19 +23,27 @@ function(logdesk_library name)
     target_link_libraries(${name} PUBLIC logdesk_options ${ARG_LINK})
 endfunction()
 
+# Everything that the sanitizers run: the tests of the rooms without widgets, and what they start.
+add_custom_target(sanitized_tests)
+
 # logdesk_test(NAME SOURCES ... LINK ... [TIMEOUT seconds] [LABELS ...]): one GoogleTest program.
 # LINK names logdesk_core_test_main or logdesk_gui_test_main. Every case becomes a ctest entry of its
-# own, run without a display.
+# own, run without a display. The programs of tests/platform, tests/logging and tests/store carry the
+# label "sanitized".
 function(logdesk_test name)
     cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LINK;LABELS" ${ARGN})
     if(NOT ARG_TIMEOUT)
         set(ARG_TIMEOUT 120)
+    endif()
+    if(CMAKE_CURRENT_SOURCE_DIR MATCHES "/tests/(platform|logging|store)$")
+        list(APPEND ARG_LABELS sanitized)
+        add_dependencies(sanitized_tests ${name})
     endif()
     add_executable(${name} ${ARG_SOURCES})
     target_link_libraries(${name} PRIVATE ${ARG_LINK} logdesk_test_support GTest::gtest)
     include(GoogleTest)
     gtest_discover_tests(${name}
         DISCOVERY_TIMEOUT 60
-        PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}"
-                   ENVIRONMENT "QT_QPA_PLATFORM=offscreen")
+        DISCOVERY_MODE PRE_TEST
+        PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}")
 endfunction()
