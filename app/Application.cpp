@@ -1,0 +1,75 @@
+#include "app/Application.h"
+
+#include "app/MainView.h"
+#include "config/LogConfigData.h"
+#include "platform/Desktop.h"
+#include "store/ViewSettings.h"
+
+#include <QApplication>
+#include <QMessageBox>
+#include <QTimer>
+
+#include <exception>
+
+// The macro declares a function of the global name space, where it must stand.
+static void registerIcons()
+{
+    Q_INIT_RESOURCE(logdesk);
+}
+
+namespace zuLogging {
+
+void createMainView(MainViewHolder& holder)
+{
+    try {
+        // Once more than at the start of the program: whatever makes a window shows it by the file.
+        ViewSettings::instance().read();
+        LogConfigData::instance()->loadConfiguration(QString());
+        holder = std::make_shared<MainView>(&holder);
+        holder->show();
+    } catch (const std::exception& error) {
+        QMessageBox::critical(
+            nullptr, QStringLiteral("Arvenza LogDesk"),
+            QStringLiteral(
+                "Can't execute LogDesk. Please check if the log service is running. (%1)")
+                .arg(QString::fromUtf8(error.what())),
+            QMessageBox::Ok);
+    }
+}
+
+int runEventLoop(const MainViewHolder& holder)
+{
+    if (holder)
+        return QApplication::exec();
+    QTimer::singleShot(0, qApp, [] { QCoreApplication::exit(exitStatusNoWindow); });
+    QApplication::exec();
+    // Not what the loop returned: the closed message box was a last window too, and its request to
+    // quit, with status 0, may have come first.
+    return exitStatusNoWindow;
+}
+
+int runApplication(int& argc, char** argv)
+{
+    registerIcons();
+    platform::setProcessDpiAware();
+    QCoreApplication::setAttribute(Qt::AA_DisableHighDpiScaling, true);
+    QApplication application(argc, argv);
+    QCoreApplication::addLibraryPath(QStringLiteral("./plugins"));
+    QCoreApplication::setOrganizationName(QStringLiteral("Arvenza"));
+    QCoreApplication::setOrganizationDomain(QStringLiteral("arvenza.example"));
+    QCoreApplication::setApplicationName(QStringLiteral("LogDesk"));
+    ViewSettings::instance().read();
+
+    MainViewHolder holder;
+    createMainView(holder);
+    QObject::connect(&application, &QGuiApplication::lastWindowClosed, &application,
+                     &QCoreApplication::quit);
+    const int status = runEventLoop(holder);
+    if (holder)
+        holder->shutDown();
+    // Before the application object goes: no widget may outlive it.
+    holder.reset();
+    return status;
+}
+
+} // namespace zuLogging
