@@ -1,0 +1,272 @@
+#include "view/FilterDialog.h"
+
+#include "store/ViewSettings.h"
+
+#include <QCheckBox>
+#include <QGridLayout>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QIcon>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPushButton>
+#include <QShowEvent>
+#include <QVBoxLayout>
+
+#include <algorithm>
+
+namespace zuLogging {
+
+namespace {
+
+constexpr int buttonWidth = 100;
+constexpr int dialogWidth = 520;
+constexpr int dialogHeight = 480;
+
+struct LevelBox
+{
+    const char* text;
+    const char* name;
+    int row;
+    int column;
+};
+
+constexpr std::array<LevelBox, 6> levelBoxes{{{"Info (info)", "info", 1, 0},
+                                              {"Warning (warn)", "warn", 1, 1},
+                                              {"Error (err)", "err", 1, 2},
+                                              {"Fatal (fatal)", "fatal", 2, 0},
+                                              {"Debug (debug)", "debug", 2, 1},
+                                              {"Trace (trace)", "trace", 2, 2}}};
+
+QPushButton* makeButton(const QString& text, const QString& name, QWidget* parent)
+{
+    auto* button = new QPushButton(text, parent);
+    button->setObjectName(name);
+    button->setMaximumWidth(buttonWidth);
+    return button;
+}
+
+QStringList textsOf(const QListWidget* list)
+{
+    QStringList texts;
+    texts.reserve(list->count());
+    for (int row = 0; row < list->count(); ++row)
+        texts.append(list->item(row)->text());
+    return texts;
+}
+
+} // namespace
+
+FilterDialog::FilterDialog(QWidget* parent)
+    : QDialog(parent)
+    , filterText_(new QLineEdit(this))
+    , includeList_(new QListWidget(this))
+    , excludeList_(new QListWidget(this))
+    , includeCase_(new QCheckBox(tr("Case Sensitive"), this))
+    , excludeCase_(new QCheckBox(tr("Case Sensitive"), this))
+    , selectAll_(new QCheckBox(tr("Select all"), this))
+{
+    setObjectName(QStringLiteral("filterDialog"));
+    setWindowTitle(tr("Filter"));
+    setWindowIcon(QIcon(QStringLiteral(":/logging.png")));
+    setWindowFlags(windowFlags() & ~Qt::WindowContextHelpButtonHint);
+
+    filterText_->setObjectName(QStringLiteral("filterText"));
+    auto* label = new QLabel(tr("Add Filter:"), this);
+    label->setObjectName(QStringLiteral("filterTextLabel"));
+    label->setBuddy(filterText_);
+    auto* textRow = new QHBoxLayout;
+    textRow->addWidget(label);
+    textRow->addWidget(filterText_);
+
+    auto* groups = new QHBoxLayout;
+    groups->addWidget(makeGroup(tr("Include Filter"), QStringLiteral("include"), includeList_,
+                                includeCase_, SLOT(addIncludeFilter()),
+                                SLOT(removeIncludeFilter())));
+    groups->addWidget(makeGroup(tr("Exclude Filter"), QStringLiteral("exclude"), excludeList_,
+                                excludeCase_, SLOT(addExcludeFilter()),
+                                SLOT(removeExcludeFilter())));
+
+    QPushButton* clearButton = makeButton(tr("Clear"), QStringLiteral("filterClear"), this);
+    QPushButton* saveButton = makeButton(tr("Save"), QStringLiteral("filterSave"), this);
+    QPushButton* closeButton = makeButton(tr("Close"), QStringLiteral("filterClose"), this);
+    auto* buttons = new QHBoxLayout;
+    buttons->addStretch();
+    buttons->addWidget(clearButton);
+    buttons->addWidget(saveButton);
+    buttons->addWidget(closeButton);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->addLayout(textRow);
+    layout->addLayout(groups);
+    layout->addWidget(makeLevelGroup());
+    layout->addLayout(buttons);
+    setFixedSize(sizeHint().expandedTo(QSize(dialogWidth, dialogHeight)));
+
+    connect(clearButton, SIGNAL(clicked()), this, SLOT(clearSignal()));
+    connect(saveButton, SIGNAL(clicked()), this, SLOT(accept()));
+    connect(closeButton, SIGNAL(clicked()), this, SLOT(closeSignal()));
+    connect(selectAll_, SIGNAL(stateChanged(int)), this, SLOT(selectAllChanged(int)));
+
+    loadCaseBoxes();
+    loadLists();
+}
+
+QGroupBox* FilterDialog::makeGroup(const QString& title, const QString& name, QListWidget* list,
+                                   QCheckBox* caseBox, const char* addSlot, const char* removeSlot)
+{
+    auto* group = new QGroupBox(title, this);
+    group->setObjectName(name + QStringLiteral("Group"));
+    QPushButton* addButton = makeButton(tr("Add"), name + QStringLiteral("Add"), group);
+    QPushButton* removeButton = makeButton(tr("Remove"), name + QStringLiteral("Remove"), group);
+    caseBox->setObjectName(name + QStringLiteral("Case"));
+    list->setObjectName(name + QStringLiteral("List"));
+    list->setAccessibleName(title);
+    list->setSortingEnabled(true);
+    list->setSelectionMode(QAbstractItemView::ExtendedSelection);
+
+    auto* buttons = new QHBoxLayout;
+    buttons->addWidget(addButton);
+    buttons->addWidget(removeButton);
+    buttons->addStretch();
+    auto* layout = new QVBoxLayout(group);
+    layout->addLayout(buttons);
+    layout->addWidget(caseBox);
+    layout->addWidget(list);
+
+    connect(addButton, SIGNAL(clicked()), this, addSlot);
+    connect(removeButton, SIGNAL(clicked()), this, removeSlot);
+    return group;
+}
+
+QGroupBox* FilterDialog::makeLevelGroup()
+{
+    auto* group = new QGroupBox(tr("Filter Log Levels"), this);
+    group->setObjectName(QStringLiteral("levelGroup"));
+    auto* grid = new QGridLayout(group);
+    selectAll_->setObjectName(QStringLiteral("levelSelectAll"));
+    grid->addWidget(selectAll_, 0, 0);
+    for (std::size_t i = 0; i < levelBoxes.size(); ++i) {
+        levels_[i] = new QCheckBox(tr(levelBoxes[i].text), group);
+        levels_[i]->setObjectName(QLatin1String("level_") + QLatin1String(levelBoxes[i].name));
+        grid->addWidget(levels_[i], levelBoxes[i].row, levelBoxes[i].column);
+    }
+    return group;
+}
+
+QStringList FilterDialog::includeTexts() const
+{
+    return ViewSettings::instance().filterInclude = textsOf(includeList_);
+}
+
+QStringList FilterDialog::levelNames() const
+{
+    QStringList names;
+    for (std::size_t i = 0; i < levelBoxes.size(); ++i)
+        if (levels_[i]->isChecked())
+            names.append(QLatin1String(levelBoxes[i].name));
+    ViewSettings::instance().levelFilterInclude = names;
+    return names;
+}
+
+QStringList FilterDialog::excludeTexts() const
+{
+    return ViewSettings::instance().filterExclude = textsOf(excludeList_);
+}
+
+bool FilterDialog::includeCaseSensitive() const
+{
+    return includeCase_->isChecked();
+}
+
+bool FilterDialog::excludeCaseSensitive() const
+{
+    return excludeCase_->isChecked();
+}
+
+void FilterDialog::reject()
+{
+    closeSignal();
+}
+
+void FilterDialog::showEvent(QShowEvent* event)
+{
+    QDialog::showEvent(event);
+    filterText_->setFocus();
+    filterText_->selectAll();
+}
+
+void FilterDialog::loadCaseBoxes()
+{
+    includeCase_->setChecked(ViewSettings::instance().filterIncludeCs);
+    excludeCase_->setChecked(ViewSettings::instance().filterExcludeCs);
+}
+
+void FilterDialog::loadLists()
+{
+    const ViewSettings& settings = ViewSettings::instance();
+    includeList_->clear();
+    includeList_->addItems(settings.filterInclude);
+    excludeList_->clear();
+    excludeList_->addItems(settings.filterExclude);
+    for (std::size_t i = 0; i < levelBoxes.size(); ++i)
+        if (settings.levelFilterInclude.contains(QLatin1String(levelBoxes[i].name)))
+            levels_[i]->setChecked(true);
+    if (std::all_of(levels_.begin(), levels_.end(),
+                    [](const QCheckBox* box) { return box->isChecked(); }))
+        selectAll_->setChecked(true);
+}
+
+void FilterDialog::addTo(QListWidget* list)
+{
+    if (!textsOf(list).contains(filterText_->text(), Qt::CaseSensitive))
+        list->addItem(filterText_->text());
+}
+
+void FilterDialog::addIncludeFilter()
+{
+    addTo(includeList_);
+}
+
+void FilterDialog::addExcludeFilter()
+{
+    addTo(excludeList_);
+}
+
+void FilterDialog::removeIncludeFilter()
+{
+    qDeleteAll(includeList_->selectedItems());
+}
+
+void FilterDialog::removeExcludeFilter()
+{
+    qDeleteAll(excludeList_->selectedItems());
+}
+
+void FilterDialog::closeSignal()
+{
+    loadCaseBoxes();
+    loadLists();
+    QDialog::reject();
+}
+
+void FilterDialog::clearSignal()
+{
+    filterText_->clear();
+    includeList_->clear();
+    excludeList_->clear();
+    includeCase_->setChecked(false);
+    excludeCase_->setChecked(false);
+    for (QCheckBox* box : levels_)
+        box->setChecked(false);
+    selectAll_->setChecked(false);
+}
+
+void FilterDialog::selectAllChanged(int state)
+{
+    for (QCheckBox* box : levels_)
+        box->setChecked(state == Qt::Checked);
+}
+
+} // namespace zuLogging

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <QDialog>
+#include <QStringList>
+
+#include <array>
+
+class QCheckBox;
+class QGroupBox;
+class QLineEdit;
+class QListWidget;
+
+namespace zuLogging {
+
+/// Builds the log view's filter: texts that a message must and must not contain, and levels. Not
+/// modal. Its owner takes the lists over on `accepted()`; until then nothing outside changes.
+/// What is shown starts from the view settings and, closed without saving, goes back to them
+/// (except for level boxes: those are only ever checked from the settings, never unchecked).
+class FilterDialog : public QDialog
+{
+    Q_OBJECT
+
+public:
+    explicit FilterDialog(QWidget* parent = nullptr);
+
+    // What the dialog shows; each also enters the view settings.
+    QStringList includeTexts() const;
+    /// Short level names in the order info, warn, err, fatal, debug, trace.
+    QStringList levelNames() const;
+    QStringList excludeTexts() const;
+
+    bool includeCaseSensitive() const;
+    bool excludeCaseSensitive() const;
+
+    QLineEdit* filterText() const { return filterText_; }
+
+    /// Escape and the window's close button discard the edits as "Close" does.
+    void reject() override;
+
+protected:
+    void showEvent(QShowEvent* event) override;
+
+private Q_SLOTS:
+    void addIncludeFilter();
+    void addExcludeFilter();
+    void removeIncludeFilter();
+    void removeExcludeFilter();
+    void closeSignal();
+    void clearSignal();
+    void selectAllChanged(int state);
+
+private:
+    static constexpr std::size_t levelCount = 6;
+
+    QGroupBox* makeGroup(const QString& title, const QString& name, QListWidget* list,
+                         QCheckBox* caseBox, const char* addSlot, const char* removeSlot);
+    QGroupBox* makeLevelGroup();
+    void loadCaseBoxes();
+    void loadLists();
+    void addTo(QListWidget* list);
+
+    QLineEdit* filterText_;
+    QListWidget* includeList_;
+    QListWidget* excludeList_;
+    QCheckBox* includeCase_;
+    QCheckBox* excludeCase_;
+    std::array<QCheckBox*, levelCount> levels_{};
+    QCheckBox* selectAll_;
+};
+
+} // namespace zuLogging

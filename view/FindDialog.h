@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QDialog>
+
+class QCheckBox;
+class QLineEdit;
+class QRadioButton;
+
+namespace zuLogging {
+
+/// Asks for a text to search for, and how. Not modal, and searches nothing itself: it tells its
+/// owner to go to the next match, and when the search is over.
+class FindDialog : public QDialog
+{
+    Q_OBJECT
+
+public:
+    explicit FindDialog(QWidget* parent = nullptr);
+
+    QLineEdit* textField() const { return text_; }
+
+    /// Escape and the window's close button end the search as "Close" does.
+    void reject() override;
+
+Q_SIGNALS:
+    /// The search is over: matches need no mark any more.
+    void clearSearch();
+    void findNext(QString text, bool directionDown, Qt::CaseSensitivity cs);
+
+protected:
+    void showEvent(QShowEvent* event) override;
+
+private Q_SLOTS:
+    void closeSignal();
+    void findNextSignal();
+
+private:
+    QLineEdit* text_;
+    QRadioButton* up_;
+    QRadioButton* down_;
+    QCheckBox* matchCase_;
+};
+
+} // namespace zuLogging

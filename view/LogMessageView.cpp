@@ -1,0 +1,902 @@
+#include "view/LogMessageView.h"
+
+#include "platform/ServiceControl.h"
+#include "store/LogContainer.h"
+#include "store/LogTableModel.h"
+#include "store/ViewSettings.h"
+#include "view/FilterDialog.h"
+#include "view/FindDialog.h"
+#include "view/GoToDialog.h"
+#include "view/LogTableView.h"
+#include "view/LogViewHost.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QCheckBox>
+#include <QClipboard>
+#include <QComboBox>
+#include <QCursor>
+#include <QFile>
+#include <QFileDialog>
+#include <QHeaderView>
+#include <QIcon>
+#include <QItemSelectionModel>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMessageBox>
+#include <QResizeEvent>
+#include <QScrollBar>
+#include <QSignalBlocker>
+#include <QStatusBar>
+#include <QTextDocument>
+#include <QTextStream>
+#include <QTimer>
+#include <QToolBar>
+#include <QToolButton>
+#include <QToolTip>
+#include <QVBoxLayout>
+
+#include <algorithm>
+#include <new>
+#include <vector>
+
+namespace zuLogging {
+
+namespace {
+
+constexpr int refreshPeriodMs = 80;
+constexpr int rowHeight = 20;
+constexpr int lineNumberWidth = 60;
+constexpr const char* serviceName = "ZULogSvc";
+
+/// The wait cursor for as long as this lives.
+class WaitCursor
+{
+public:
+    WaitCursor() { QApplication::setOverrideCursor(Qt::WaitCursor); }
+    ~WaitCursor() { QApplication::restoreOverrideCursor(); }
+    WaitCursor(const WaitCursor&) = delete;
+    WaitCursor& operator=(const WaitCursor&) = delete;
+};
+
+void setActionEnabled(QAction* action, bool enabled)
+{
+    if (action)
+        action->setEnabled(enabled);
+}
+
+void setActionCheckedSilently(QAction* action, bool checked)
+{
+    if (!action)
+        return;
+    const QSignalBlocker blocker(action);
+    action->setChecked(checked);
+}
+
+LogViewHost* hostOf(QWidget* parent)
+{
+    return dynamic_cast<LogViewHost*>(parent);
+}
+
+std::shared_ptr<LogContainer> storeOf(const LogViewHost* host)
+{
+    std::shared_ptr<LogContainer> store = host ? host->messageStore() : nullptr;
+    return store ? store : std::make_shared<LogContainer>();
+}
+
+/// One row of cells as text, left to right, each followed by a tab; ends with a newline.
+void appendRow(QString& text, const LogTableModel& model, int row, int columns)
+{
+    for (int column = 0; column < columns; ++column) {
+        text += model.cellText(row, column);
+        text += QLatin1Char('\t');
+    }
+    text += QLatin1Char('\n');
+}
+
+} // namespace
+
+LogMessageView::LogMessageView(QStatusBar* statusBar, QWidget* parent)
+    : QWidget(parent)
+    , statusBar_(statusBar)
+    , host_(hostOf(parent))
+    , store_(storeOf(host_))
+    , table_(new LogTableView(this))
+    , fullModel_(new LogTableModel(store_, this))
+    , filteredModel_(new LogTableModel(store_, this))
+    , layout_(new QVBoxLayout)
+    , toolbar_(new QToolBar(tr("Log Message Toolbar"), this))
+    , infoToolbar_(new QToolBar(tr("Log Message Info Toolbar"), this))
+    , findDialog_(new FindDialog(this))
+    , filterDialog_(new FilterDialog(this))
+    , goToDialog_(new GoToDialog(this))
+    , updateTimer_(new QTimer(this))
+    , autoScroll_(ViewSettings::instance().autoScrollEnabled)
+{
+    setObjectName(QStringLiteral("logMessageView"));
+    store_->setModels(fullModel_, filteredModel_);
+
+    buildToolbar();
+    buildInfoToolbar();
+    startButton_->setEnabled(true);
+    stopButton_->setEnabled(false);
+    tellHostButtonStates();
+    showStatus(tr("Ready"));
+
+    setUpTable();
+    makeConnections();
+    if (filterBox_->isChecked())
+        enableFilter(Qt::Checked);
+
+    fitColumns();
+    applyRememberedWidths();
+    layout_->setContentsMargins(0, 0, 0, 0);
+    layout_->addWidget(toolbar_);
+    layout_->addWidget(infoToolbar_);
+    layout_->addWidget(table_);
+    setLayout(layout_);
+}
+
+LogMessageView::~LogMessageView()
+{
+    updateTimer_->stop();
+    if (stopThread_.joinable())
+        stopThread_.join();
+    store_->disconnect(this);
+    setWaitingForStop(false);
+
+    QMap<int, int> widths;
+    for (int column = 0; column < fullModel_->columnCount(); ++column) {
+        const int width = table_->columnWidth(column);
+        widths.insert(column, width < 1 ? -1 : width);
+    }
+    ViewSettings& settings = ViewSettings::instance();
+    if (settings.columnWidths != widths)
+        settings.columnWidths = widths;
+    settings.write();
+
+    store_->setModels(nullptr, nullptr);
+}
+
+QToolButton* LogMessageView::makeToolButton(const QString& name, const QString& iconPath,
+                                            const QString& toolTip, const QString& statusTip,
+                                            const char* slot)
+{
+    auto* button = new QToolButton(this);
+    button->setObjectName(name);
+    button->setAccessibleName(toolTip);
+    button->setIcon(QIcon(iconPath));
+    button->setContentsMargins(0, 0, 0, 0);
+    button->setStyleSheet(QStringLiteral("QToolButton{ padding: 1px;}"));
+    button->setToolTip(toolTip);
+    connect(button, SIGNAL(released()), this, slot, Qt::UniqueConnection);
+    button->setStatusTip(statusTip);
+    return button;
+}
+
+QLabel* LogMessageView::addLabel(QToolBar* toolbar, const QString& name, const QString& text)
+{
+    auto* label = new QLabel(text, this);
+    label->setObjectName(name);
+    toolbar->addWidget(label);
+    label->ensurePolished(); // the polish at the first show would take its margins away
+    return label;
+}
+
+void LogMessageView::addSpacer(QToolBar* toolbar, const QString& name)
+{
+    auto* spacer = new QWidget(this);
+    spacer->setObjectName(name);
+    spacer->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
+    toolbar->addWidget(spacer);
+}
+
+void LogMessageView::buildToolbar()
+{
+    toolbar_->setObjectName(QStringLiteral("logMessageToolbar"));
+    toolbar_->setStyleSheet(QStringLiteral("QToolBar{ background: lightgray;padding: 0px;}"));
+
+    QLabel* logging = addLabel(toolbar_, QStringLiteral("loggingLabel"), tr("Logging"));
+    logging->setFont(QFont(QStringLiteral("Verdana"), 14, QFont::Bold));
+    logging->setContentsMargins(5, 0, 5, 0);
+    logging->setStyleSheet(QStringLiteral("QToolButton{ padding: 0px;}"));
+
+    startButton_ =
+        makeToolButton(QStringLiteral("startButton"), QStringLiteral(":/startLogging.png"),
+                       tr("Start logging"), tr("Start logging"), SLOT(startLoggingClicked()));
+    toolbar_->addWidget(startButton_);
+    stopButton_ =
+        makeToolButton(QStringLiteral("stopButton"), QStringLiteral(":/stopLogging.png"),
+                       tr("Stop logging"), tr("Stop logging"), SLOT(stopLoggingClicked()));
+    toolbar_->addWidget(stopButton_);
+    toolbar_->addSeparator();
+
+    filterBox_ = new QCheckBox(tr("Filter"), this);
+    filterBox_->setObjectName(QStringLiteral("filterBox"));
+    filterBox_->setStatusTip(tr("Enable / disable filtering"));
+    filterBox_->setChecked(ViewSettings::instance().filterEnabled);
+    toolbar_->addWidget(filterBox_);
+    toolbar_->addSeparator();
+
+    addLabel(toolbar_, QStringLiteral("countTitle"), tr("Number of log messages: "));
+    countLabel_ = addLabel(toolbar_, QStringLiteral("countLabel"), QString::number(0));
+    countLabel_->setAccessibleDescription(tr("Number of log messages"));
+    addLabel(toolbar_, QStringLiteral("filteredTitle"), tr(", Filtered: "));
+    filteredLabel_ = addLabel(toolbar_, QStringLiteral("filteredLabel"), QString::number(0));
+    filteredLabel_->setAccessibleDescription(tr("Filtered"));
+    addLabel(toolbar_, QStringLiteral("queuedTitle"), tr(", Queued: "));
+    queuedLabel_ = addLabel(toolbar_, QStringLiteral("queuedLabel"), QString::number(0));
+    queuedLabel_->setAccessibleDescription(tr("Queued"));
+    addSpacer(toolbar_, QStringLiteral("leftSpacer"));
+
+    addLabel(toolbar_, QStringLiteral("serviceTitle"), tr("ZU Log Service: "));
+    serviceLabel_ = addLabel(toolbar_, QStringLiteral("serviceLabel"), QString());
+    serviceLabel_->setAccessibleDescription(tr("ZU Log Service"));
+    refresh();
+    toolbar_->addWidget(makeToolButton(QStringLiteral("refreshButton"),
+                                       QStringLiteral(":/refresh.png"), tr("Refresh"),
+                                       tr("Refresh"), SLOT(refresh())));
+    addSpacer(toolbar_, QStringLiteral("rightSpacer"));
+
+    toolbar_->addWidget(makeToolButton(
+        QStringLiteral("clearButton"), QStringLiteral(":/clearText.png"),
+        tr("Clear the log window"), tr("Clear the log window"), SLOT(messageViewClearClicked())));
+    toolbar_->addWidget(makeToolButton(
+        QStringLiteral("copyButton"), QStringLiteral(":/copy.png"), tr("Copy current log view"),
+        tr("Copy the current log view to clipboard (inclusive filter)"),
+        SLOT(messageViewClipboardClicked())));
+
+    // Kept off the toolbar: saving as text is the main menu's. Hidden, or it would float over it.
+    makeToolButton(QStringLiteral("saveTextButton"), QStringLiteral(":/saveText.png"),
+                   tr("Save current log view..."),
+                   tr("Save the current log view to text file (inclusive filter)"),
+                   SLOT(messageViewSaveClicked()))
+        ->hide();
+}
+
+void LogMessageView::buildInfoToolbar()
+{
+    infoToolbar_->setObjectName(QStringLiteral("logMessageInfoToolbar"));
+    infoToolbar_->setStyleSheet(QStringLiteral("QToolBar{ padding: 0px;}"));
+    QLabel* files = addLabel(infoToolbar_, QStringLiteral("filesLabel"), tr("Files: "));
+    files->setFont(QFont(QStringLiteral("Verdana"), 10));
+    files->setContentsMargins(100, 0, 5, 0);
+    filesCombo_ = new QComboBox(this);
+    filesCombo_->setObjectName(QStringLiteral("filesCombo"));
+    filesCombo_->setAccessibleName(tr("Files"));
+    files->setBuddy(filesCombo_);
+    infoToolbar_->addWidget(filesCombo_);
+    infoToolbar_->hide();
+}
+
+void LogMessageView::setUpTable()
+{
+    table_->setObjectName(QStringLiteral("logTable"));
+    table_->setAccessibleName(tr("Log messages"));
+    applyRowHeights();
+    table_->setModel(fullModel_);
+    table_->setShowGrid(false);
+    table_->setWordWrap(true);
+    // Enabling the sorting sorts at once: by the column and order that leave the rows as they came.
+    QHeaderView* header = table_->horizontalHeader();
+    header->setSortIndicator(0, Qt::AscendingOrder);
+    // A click on the header sorts through the table's own connection, which is made here: one
+    // connection before and one after it put the wait cursor around the sort.
+    connect(header, &QHeaderView::sortIndicatorChanged, this,
+            [] { QApplication::setOverrideCursor(Qt::WaitCursor); });
+    table_->setSortingEnabled(true);
+    connect(header, &QHeaderView::sortIndicatorChanged, this,
+            [] { QApplication::restoreOverrideCursor(); });
+    table_->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    table_->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+    table_->setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
+    header->setStretchLastSection(true);
+    table_->setContextMenuPolicy(Qt::CustomContextMenu);
+    setShowLineNumbers(showLineNumbers_);
+}
+
+void LogMessageView::makeConnections()
+{
+    connect(updateTimer_, SIGNAL(timeout()), this, SLOT(updateView()));
+    connect(filterBox_, SIGNAL(stateChanged(int)), this, SLOT(enableFilter(int)));
+    connect(filterDialog_, SIGNAL(accepted()), this, SLOT(setFilter()));
+    connect(findDialog_, SIGNAL(clearSearch()), this, SLOT(clearSearch()));
+    connect(findDialog_, SIGNAL(findNext(QString, bool, Qt::CaseSensitivity)), this,
+            SLOT(search(QString, bool, Qt::CaseSensitivity)));
+    connect(table_->horizontalHeader(), SIGNAL(sectionClicked(int)), this, SLOT(sortColumn(int)));
+    connect(store_.get(), SIGNAL(stopLoggingDone()), this, SLOT(updateViewAfterStop()));
+    connect(goToDialog_, SIGNAL(accepted()), this, SLOT(setGoToLine()));
+    connect(table_->selectionModel(),
+            SIGNAL(selectionChanged(const QItemSelection&, const QItemSelection&)), this,
+            SLOT(tableItemSelected(const QItemSelection&, const QItemSelection&)));
+    connect(table_, SIGNAL(customContextMenuRequested(const QPoint&)), this,
+            SLOT(showContextMenu(const QPoint&)), Qt::UniqueConnection);
+    connect(table_, SIGNAL(pressed(const QModelIndex&)), this, SLOT(displayCell()),
+            Qt::UniqueConnection);
+    connect(table_->horizontalHeader(), SIGNAL(sectionResized(int, int, int)), this,
+            SLOT(horizontalHeaderChanged(int, int, int)));
+    connect(this, SIGNAL(autoScroll()), this, SLOT(moveScrollBarToBottom()), Qt::UniqueConnection);
+}
+
+LogTableModel* LogMessageView::shownModel() const
+{
+    return table_->model() == filteredModel_ ? filteredModel_ : fullModel_;
+}
+
+void LogMessageView::showModel(LogTableModel* model)
+{
+    if (shownModel() == model)
+        return;
+    // The table makes a selection model for each model and leaves the old one to its owner.
+    const std::unique_ptr<QItemSelectionModel> old(table_->selectionModel());
+    table_->setModel(model);
+    connect(table_->selectionModel(),
+            SIGNAL(selectionChanged(const QItemSelection&, const QItemSelection&)), this,
+            SLOT(tableItemSelected(const QItemSelection&, const QItemSelection&)));
+    if (resizeRows_)
+        table_->resizeRowsToContents();
+}
+
+void LogMessageView::setShowLineNumbers(bool show)
+{
+    showLineNumbers_ = show;
+    if (show)
+        table_->verticalHeader()->setMinimumWidth(lineNumberWidth);
+    table_->verticalHeader()->setVisible(show);
+}
+
+void LogMessageView::setResizeRows(bool on)
+{
+    resizeRows_ = on;
+    applyRowHeights();
+}
+
+void LogMessageView::applyRowHeights()
+{
+    if (resizeRows_) {
+        table_->resizeRowsToContents();
+        return;
+    }
+    QHeaderView* header = table_->verticalHeader();
+    header->setSectionResizeMode(QHeaderView::Fixed);
+    header->setMinimumSectionSize(rowHeight); // the style's own may be higher than a row
+    header->setDefaultSectionSize(rowHeight);
+    header->setSectionResizeMode(QHeaderView::Interactive);
+}
+
+void LogMessageView::fitColumns()
+{
+    table_->setTextElideMode(Qt::ElideNone);
+    table_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
+    table_->resizeColumnsToContents();
+}
+
+void LogMessageView::applyRememberedWidths()
+{
+    const QMap<int, int>& widths = ViewSettings::instance().columnWidths;
+    for (auto width = widths.cbegin(); width != widths.cend(); ++width)
+        if (width.value() > 0 && width.key() >= 0 && width.key() < fullModel_->columnCount())
+            table_->setColumnWidth(width.key(), width.value());
+}
+
+void LogMessageView::resizeEvent(QResizeEvent* event)
+{
+    QWidget::resizeEvent(event);
+    fitColumns();
+    // With no row there is nothing to fit: so the widths of the last run reach the first rows.
+    if (shownModel()->rowCount() == 0)
+        applyRememberedWidths();
+}
+
+void LogMessageView::horizontalHeaderChanged(int, int, int)
+{
+    table_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
+}
+
+void LogMessageView::tellHostButtonStates()
+{
+    if (!host_)
+        return;
+    setActionEnabled(host_->replayAction(), startButton_->isEnabled());
+    setActionEnabled(host_->startAction(), startButton_->isEnabled());
+    setActionEnabled(host_->stopAction(), stopButton_->isEnabled());
+}
+
+void LogMessageView::showStatus(const QString& text)
+{
+    if (statusBar_)
+        statusBar_->showMessage(text);
+}
+
+bool LogMessageView::isStopping() const
+{
+    return !startButton_->isEnabled() && !stopButton_->isEnabled();
+}
+
+// The end of a stop may be told more than once, or without a stop: the cursor goes once.
+void LogMessageView::setWaitingForStop(bool waiting)
+{
+    if (waiting == waitCursorForStop_)
+        return;
+    waitCursorForStop_ = waiting;
+    if (waiting)
+        QApplication::setOverrideCursor(Qt::WaitCursor);
+    else
+        QApplication::restoreOverrideCursor();
+}
+
+void LogMessageView::startLoggingClicked(bool replayLogHistory)
+{
+    if (host_ && host_->isConfigurationModified()) {
+        const QPointer<LogMessageView> self(this);
+        const auto answer = QMessageBox::warning(
+            this, tr("Start Logging"),
+            tr("Configuration has been changed, but not saved. The logging will be continued with "
+               "previous configuration.\n\nDo you want to continue?"),
+            QMessageBox::Ok | QMessageBox::Cancel);
+        if (answer != QMessageBox::Ok || !self)
+            return;
+    }
+    refresh();
+    if (host_) {
+        setActionEnabled(host_->filterAction(), false);
+        if (QAction* resizeRows = host_->resizeRowsAction()) {
+            resizeRows->setChecked(false);
+            resizeRows->setEnabled(false);
+        }
+    }
+    startButton_->setEnabled(false);
+    stopButton_->setEnabled(true);
+    tellHostButtonStates();
+    updateTimer_->start(refreshPeriodMs);
+    showStatus(tr("Logging started..."));
+    if (store_->startLogging(replayLogHistory))
+        return;
+
+    stopLoggingClicked();
+    QMessageBox::warning(this, tr("Start Logging"),
+                         tr("Failed to start the logging (") + store_->takeErrorText() +
+                             QLatin1Char(')'));
+}
+
+void LogMessageView::stopLoggingClicked()
+{
+    // One stop at a time: a thread of an earlier one is at its end, or is this stop already.
+    const bool underWay = isStopping();
+    const bool stopEnabled = stopButton_->isEnabled();
+    stopButton_->setEnabled(false);
+    showStatus(tr("Logging stopped. Waiting for queue..."));
+    if (underWay)
+        return;
+    setWaitingForStop(true);
+    if (stopThread_.joinable())
+        stopThread_.join();
+    try {
+        stopThread_ = boost::thread([store = store_] { store->stopLogging(); });
+    } catch (...) {
+        stopButton_->setEnabled(stopEnabled);
+        setWaitingForStop(false);
+        throw;
+    }
+}
+
+void LogMessageView::updateViewAfterStop()
+{
+    refresh();
+    if (host_) {
+        setActionEnabled(host_->filterAction(), true);
+        setActionEnabled(host_->resizeRowsAction(), true);
+    }
+    startButton_->setEnabled(true);
+    stopButton_->setEnabled(false);
+    tellHostButtonStates();
+    updateTimer_->stop();
+    fitColumns();
+    showStatus(QString());
+    setWaitingForStop(false);
+    updateView();
+}
+
+void LogMessageView::updateView()
+{
+    shownModel()->announceChanges();
+    countLabel_->setText(QString::number(fullModel_->rowCount()));
+    if (store_->showFiltered())
+        filteredLabel_->setText(QString::number(filteredModel_->rowCount()));
+    queuedLabel_->setText(QString::number(store_->queueSize()));
+    Q_EMIT autoScroll();
+    if (isStopping())
+        showStatus(tr("Logging stopped. Waiting for queue..."));
+}
+
+void LogMessageView::moveScrollBarToBottom()
+{
+    if (autoScroll_)
+        table_->scrollToBottom();
+}
+
+void LogMessageView::refresh()
+{
+    const bool running = platform::isServiceRunning(serviceName);
+    serviceLabel_->setText(running ? tr("Running") : tr("Stopped"));
+    serviceLabel_->setStyleSheet(running ? QStringLiteral("QLabel { color : green; }")
+                                         : QStringLiteral("QLabel { color : red; }"));
+}
+
+void LogMessageView::messageViewClearClicked()
+{
+    filesCombo_->clear();
+    infoToolbar_->hide();
+    store_->clearModels();
+    updateView();
+}
+
+void LogMessageView::enableFilter(int state)
+{
+    const WaitCursor wait;
+    const bool on = state == Qt::Checked;
+    store_->setShowFiltered(on);
+    showModel(on && store_->isFiltering() ? filteredModel_ : fullModel_);
+    filteredLabel_->setText(QString::number(on ? filteredModel_->rowCount() : 0));
+    ViewSettings::instance().filterEnabled = on;
+    const QHeaderView* header = table_->horizontalHeader();
+    shownModel()->sort(header->sortIndicatorSection(), header->sortIndicatorOrder());
+    updateView();
+}
+
+void LogMessageView::setFilter()
+{
+    const WaitCursor wait;
+    const QStringList include = filterDialog_->includeTexts();
+    const QStringList exclude = filterDialog_->excludeTexts();
+    const QStringList levels = filterDialog_->levelNames();
+    ViewSettings& settings = ViewSettings::instance();
+    settings.filterIncludeCs = filterDialog_->includeCaseSensitive();
+    settings.filterExcludeCs = filterDialog_->excludeCaseSensitive();
+    store_->setFilter(include, levels, exclude, settings.filterIncludeCs, settings.filterExcludeCs);
+    if (include.isEmpty() && exclude.isEmpty() && levels.isEmpty()) {
+        filterBox_->setChecked(false);
+    } else {
+        {
+            const QSignalBlocker blocker(filterBox_); // enableFilter runs once, below
+            filterBox_->setChecked(true);
+        }
+        enableFilter(Qt::Checked);
+    }
+    updateView();
+}
+
+QString LogMessageView::currentCellText() const
+{
+    return table_->currentIndex().data(Qt::DisplayRole).toString();
+}
+
+void LogMessageView::filterSelection()
+{
+    const QString text = currentCellText();
+    if (!text.isEmpty())
+        filterDialog_->filterText()->setText(text);
+    filterDialog_->show();
+    filterDialog_->raise();
+    filterDialog_->activateWindow();
+}
+
+void LogMessageView::clearSearch()
+{
+    store_->setHighlight(false);
+    table_->viewport()->update();
+}
+
+void LogMessageView::search(QString text, bool directionDown, Qt::CaseSensitivity cs)
+{
+    const bool newSearch = !store_->highlight() || text != store_->highlightText();
+    store_->setHighlightText(text);
+    store_->setSearchDown(directionDown);
+    store_->setHighlightCase(cs);
+    if (newSearch) {
+        store_->setHighlight(true);
+        shownModel()->announceChanges();
+    }
+    table_->viewport()->update(); // also when only the case rule marks other cells
+
+    QModelIndex found;
+    {
+        const WaitCursor wait;
+        QModelIndex start = table_->currentIndex();
+        if (!start.isValid() || start.row() >= shownModel()->rowCount())
+            start = table_->indexAt(QPoint(0, 0));
+        found = shownModel()->findNext(start, text, directionDown, cs);
+    }
+    if (found.isValid()) {
+        table_->setCurrentIndex(found);
+        table_->scrollTo(found, QAbstractItemView::EnsureVisible);
+    } else {
+        QMessageBox::warning(this, tr("Search"),
+                             tr("Can't find the text:\n\"") + text + QLatin1Char('"'));
+    }
+}
+
+void LogMessageView::setGoToLine()
+{
+    const QModelIndex index = shownModel()->index(goToDialog_->line() - 1, 0);
+    if (!index.isValid())
+        return;
+    table_->selectionModel()->setCurrentIndex(index, QItemSelectionModel::ClearAndSelect |
+                                                         QItemSelectionModel::Rows);
+    table_->scrollTo(index, QAbstractItemView::EnsureVisible);
+}
+
+void LogMessageView::sortColumn(int section)
+{
+    const WaitCursor wait;
+    shownModel()->sort(section, table_->horizontalHeader()->sortIndicatorOrder());
+}
+
+void LogMessageView::tableItemSelected(const QItemSelection&, const QItemSelection&) {}
+
+void LogMessageView::displayCell()
+{
+    if (QApplication::mouseButtons() & Qt::RightButton)
+        return;
+    const QString text = currentCellText();
+    if (text.isEmpty())
+        return;
+    // A message is never markup, even where it looks like it.
+    QToolTip::showText(QCursor::pos(),
+                       Qt::mightBeRichText(text) ? Qt::convertFromPlainText(text) : text, table_);
+}
+
+QAction* LogMessageView::makeContextAction(const QString& text, const QString& iconPath,
+                                           const QString& statusTip, const char* slot)
+{
+    auto* action = new QAction(text, this);
+    if (!iconPath.isEmpty())
+        action->setIcon(QIcon(iconPath));
+    action->setStatusTip(statusTip);
+    connect(action, SIGNAL(triggered()), this, slot);
+    return action;
+}
+
+void LogMessageView::remakeContextActions()
+{
+    for (QAction* old : {filterAction_, saveAction_, clearAction_, copyAllAction_, copyAction_})
+        delete old;
+    filterAction_ = makeContextAction(tr("Filter..."), QString(), tr("Set filtering options"),
+                                      SLOT(filterSelection()));
+    filterAction_->setShortcut(QKeySequence(Qt::SHIFT | Qt::Key_F));
+    filterAction_->setShortcutVisibleInContextMenu(true);
+    saveAction_ = makeContextAction(tr("Save log view..."), QStringLiteral(":/saveText.png"),
+                                    tr("Save the current log view to text file (inclusive filter)"),
+                                    SLOT(messageViewSaveClicked()));
+    clearAction_ = makeContextAction(tr("Clear log"), QStringLiteral(":/clearText.png"),
+                                     tr("Clear the log window"), SLOT(messageViewClearClicked()));
+    copyAllAction_ = makeContextAction(tr("Copy all"), QStringLiteral(":/copy.png"),
+                                       tr("Copy current log view to clipboard"),
+                                       SLOT(messageViewClipboardClicked()));
+    copyAllAction_->setShortcut(QKeySequence(QKeySequence::SelectAll));
+    copyAllAction_->setShortcutVisibleInContextMenu(true);
+    copyAction_ =
+        makeContextAction(tr("Copy"), QStringLiteral(":/copySelection.png"),
+                          tr("Copy selection to clipboard"), SLOT(selectionClipboardClicked()));
+    copyAction_->setShortcut(QKeySequence(QKeySequence::Copy));
+    copyAction_->setShortcutVisibleInContextMenu(true);
+}
+
+void LogMessageView::showContextMenu(const QPoint&)
+{
+    remakeContextActions();
+    const QPointer<QMenu> menu(new QMenu(this));
+    menu->setObjectName(QStringLiteral("logTableMenu"));
+    QAction reference(tr("Set Time Reference (toggle)"));
+    connect(&reference, SIGNAL(triggered(bool)), this, SLOT(setReferenceTimeClicked()));
+    menu->addAction(&reference);
+    QMenu* format = menu->addMenu(tr("Time Display Format"));
+    if (host_)
+        for (QAction* action : {host_->dateAndTimeAction(), host_->secondsAction()})
+            if (action)
+                format->addAction(action);
+    menu->addSeparator();
+    menu->addAction(filterAction_);
+    menu->addSeparator();
+    menu->addAction(copyAction_);
+    menu->addAction(copyAllAction_);
+    menu->exec(QCursor::pos());
+    delete menu; // null when the view went away under the open menu
+}
+
+/// The current row's stored row in the full model; -1 if there is no current row.
+int LogMessageView::fullRowOfCurrent() const
+{
+    const QModelIndex current = table_->currentIndex();
+    if (!current.isValid())
+        return -1;
+    const int shownRow = shownModel()->storedRow(current.row());
+    if (shownModel() == fullModel_)
+        return shownRow;
+    const std::shared_ptr<LogMessage> message = filteredModel_->messageAt(shownRow);
+    if (!message)
+        return -1;
+    // Both models keep the order of arrival, so the message cannot stand earlier in the full one.
+    const int rows = fullModel_->rowCount();
+    for (int row = shownRow; row < rows; ++row)
+        if (fullModel_->messageAt(row) == message)
+            return row;
+    return -1;
+}
+
+void LogMessageView::setReferenceTimeClicked()
+{
+    if (store_->timeDisplayMode() == 0) {
+        const QPointer<LogMessageView> self(this);
+        QMessageBox::information(
+            this, tr("Timestamp"),
+            tr("For using the time reference the time display format will be changed."));
+        if (!self)
+            return;
+        store_->setTimeDisplayMode(1);
+        if (!store_->isActive()) {
+            fullModel_->announceChanges();
+            filteredModel_->announceChanges();
+        }
+        if (host_) {
+            setActionCheckedSilently(host_->secondsAction(), true);
+            setActionCheckedSilently(host_->dateAndTimeAction(), false);
+        }
+    }
+
+    const int storedRow = fullRowOfCurrent();
+    if (storedRow < 0)
+        return;
+    // The model takes displayed rows. Unsorted, or by luck, that is the number itself.
+    int displayedRow = shownModel() == fullModel_ ? table_->currentIndex().row() : storedRow;
+    if (fullModel_->storedRow(displayedRow) != storedRow) {
+        const int rows = fullModel_->rowCount();
+        displayedRow = 0;
+        while (displayedRow < rows && fullModel_->storedRow(displayedRow) != storedRow)
+            ++displayedRow;
+        if (displayedRow == rows)
+            return;
+    }
+    if (fullModel_->references().contains(storedRow))
+        fullModel_->removeReference(displayedRow);
+    else
+        fullModel_->addReference(displayedRow);
+    table_->viewport()->update();
+}
+
+void LogMessageView::applyMaximum(int max)
+{
+    store_->setMaximumMessages(max);
+    ViewSettings::instance().maximumLogMessages = max;
+}
+
+void LogMessageView::setMaximumMessages(int max)
+{
+    const int count = fullModel_->rowCount();
+    if (max >= count) {
+        applyMaximum(max);
+        return;
+    }
+    const QPointer<LogMessageView> self(this);
+    const auto answer = QMessageBox::warning(
+        this, tr("Log Messages"),
+        tr("The maximum number of log messages (") + QString::number(max) +
+            tr(") is lower than the current number of log messages (") + QString::number(count) +
+            tr(").\n") + tr("Do you want to truncate the log messages and keep the latest?"),
+        QMessageBox::Ok | QMessageBox::Cancel);
+    if (answer != QMessageBox::Ok || !self)
+        return;
+
+    const WaitCursor wait;
+    applyMaximum(max);
+    store_->truncateTo(qMax(0, max));
+    if (store_->isFiltering())
+        store_->refilter();
+    if (filterBox_->isChecked())
+        setFilter();
+    updateView();
+}
+
+void LogMessageView::messageViewSaveClicked()
+{
+    // No question about replacing an existing file: the text is added to it.
+    const QString path = QFileDialog::getSaveFileName(
+        this, tr("Save log file"), QStringLiteral("zulogsvc.log"), tr("Text files (*.log)"),
+        nullptr, QFileDialog::DontConfirmOverwrite);
+    if (path.isEmpty())
+        return;
+    const WaitCursor wait;
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Text))
+        return;
+    QTextStream stream(&file);
+    stream << "************************************\n"
+              "ARZ LogDesk 3.1.26\n"
+              "Arvenza\n"
+              "Copyright (c) 2026 The LogDesk developers\n"
+              "************************************\n";
+    const LogTableModel& model = *shownModel();
+    const int rows = model.rowCount();
+    const int columns = model.columnCount();
+    QString line;
+    for (int row = 0; row < rows; ++row) {
+        line.resize(0); // keeps its memory
+        appendRow(line, model, row, columns);
+        stream << line;
+    }
+}
+
+QString LogMessageView::shownText() const
+{
+    const LogTableModel& model = *shownModel();
+    const int rows = model.rowCount();
+    const int columns = model.columnCount();
+    QString text;
+    for (int row = 0; row < rows; ++row)
+        appendRow(text, model, row, columns);
+    return text;
+}
+
+void LogMessageView::messageViewClipboardClicked()
+{
+    const WaitCursor wait;
+    try {
+        QApplication::clipboard()->setText(shownText());
+    } catch (const std::bad_alloc&) {
+        showStatus(tr("The log is too large for the clipboard."));
+    }
+}
+
+// Works on ranges: a million selected rows are one range, but twelve million cells.
+QString LogMessageView::selectedText() const
+{
+    const LogTableModel& model = *shownModel();
+    const QItemSelection selection = table_->selectionModel()->selection();
+    std::vector<QItemSelectionRange> ranges(selection.cbegin(), selection.cend());
+    std::sort(ranges.begin(), ranges.end(),
+              [](const auto& a, const auto& b) { return a.left() < b.left(); });
+    // Between two neighbouring bounds every row has the same selected columns.
+    std::vector<int> bounds;
+    for (const QItemSelectionRange& range : ranges) {
+        bounds.push_back(range.top());
+        bounds.push_back(range.bottom() + 1);
+    }
+    std::sort(bounds.begin(), bounds.end());
+    bounds.erase(std::unique(bounds.begin(), bounds.end()), bounds.end());
+
+    QString text;
+    const int rows = model.rowCount();
+    for (std::size_t bound = 0; bound + 1 < bounds.size(); ++bound) {
+        std::vector<int> columns;
+        for (const QItemSelectionRange& range : ranges)
+            if (range.top() <= bounds[bound] && bounds[bound] <= range.bottom())
+                for (int column = range.left(); column <= range.right(); ++column)
+                    columns.push_back(column);
+        if (columns.empty())
+            continue;
+        const int end = qMin(bounds[bound + 1], rows);
+        for (int row = bounds[bound]; row < end; ++row) {
+            bool first = true;
+            for (const int column : columns) {
+                if (!text.isEmpty())
+                    text += QLatin1Char(first ? '\n' : '\t');
+                first = false;
+                text += model.cellText(row, column);
+            }
+        }
+    }
+    return text;
+}
+
+void LogMessageView::selectionClipboardClicked()
+{
+    const WaitCursor wait;
+    try {
+        QApplication::clipboard()->setText(selectedText());
+    } catch (const std::bad_alloc&) {
+        showStatus(tr("The log is too large for the clipboard."));
+    }
+}
+
+} // namespace zuLogging

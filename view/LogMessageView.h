@@ -1,0 +1,171 @@
+#pragma once
+
+#include <QList>
+#include <QPointer>
+#include <QString>
+#include <QWidget>
+
+#include <boost/thread/thread.hpp>
+
+#include <memory>
+
+class QAction;
+class QCheckBox;
+class QComboBox;
+class QItemSelection;
+class QLabel;
+class QStatusBar;
+class QTimer;
+class QToolBar;
+class QToolButton;
+class QVBoxLayout;
+
+namespace zuLogging {
+
+class FilterDialog;
+class FindDialog;
+class GoToDialog;
+class LogContainer;
+class LogTableModel;
+class LogTableView;
+class LogViewHost;
+
+/// The log area of the main window: the table of messages, the toolbar that starts and stops
+/// logging, and the dialogs that belong to the table. It drives the message store and shows the
+/// store's two models, which it makes and owns.
+///
+/// GUI thread only. While logging runs a timer refreshes table and counters every 80 ms; a thread
+/// of the view's own runs the store's stop, and has ended when the view is gone.
+///
+/// Three states, told by the buttons: stopped (only start enabled), logging (only stop enabled),
+/// stopping (neither).
+class LogMessageView : public QWidget
+{
+    Q_OBJECT
+
+public:
+    /// `parent` is the main window; where it is a `LogViewHost`, its store is used and its actions
+    /// are kept in step. Status texts go to `statusBar` (not owned, may be null).
+    LogMessageView(QStatusBar* statusBar, QWidget* parent);
+    /// Takes at most about 1 second. Records the column widths and writes the view settings file.
+    /// The host is not called any more: it may be half gone already.
+    ~LogMessageView() override;
+
+    /// Sets the row limit. Asks first when that would truncate the messages shown.
+    void setMaximumMessages(int max);
+
+    LogTableView* table() const { return table_; }
+    LogTableModel* fullModel() const { return fullModel_; }
+    LogTableModel* filteredModel() const { return filteredModel_; }
+    /// The one of the two that the table shows.
+    LogTableModel* shownModel() const;
+
+    FilterDialog* filterDialog() const { return filterDialog_; }
+    FindDialog* findDialog() const { return findDialog_; }
+    GoToDialog* goToDialog() const { return goToDialog_; }
+
+    bool showLineNumbers() const { return showLineNumbers_; }
+    void setShowLineNumbers(bool show);
+
+    /// Whether each refresh scrolls to the newest row.
+    bool isAutoScrollOn() const { return autoScroll_; }
+    void setAutoScroll(bool on) { autoScroll_ = on; }
+
+    /// On: rows as high as their contents need now. Off: all rows 20 high.
+    bool resizeRows() const { return resizeRows_; }
+    void setResizeRows(bool on);
+
+Q_SIGNALS:
+    void newMessage(const QString& text);
+    /// At the end of every counter refresh.
+    void autoScroll();
+
+public Q_SLOTS:
+    void messageViewClearClicked();
+    void messageViewSaveClicked();
+    void messageViewClipboardClicked();
+    void selectionClipboardClicked();
+    void startLoggingClicked(bool replayLogHistory = false);
+    /// Throws boost::thread_resource_error, in the state as before, when no thread can be started.
+    void stopLoggingClicked();
+    void updateView();
+    void updateViewAfterStop();
+    void setFilter();
+    void enableFilter(int state);
+    void filterSelection();
+    void clearSearch();
+    void search(QString text, bool directionDown, Qt::CaseSensitivity cs = Qt::CaseInsensitive);
+    void setGoToLine();
+    void sortColumn(int section);
+    void tableItemSelected(const QItemSelection& selected, const QItemSelection& deselected);
+    void showContextMenu(const QPoint& pnt);
+    void setReferenceTimeClicked();
+    void displayCell();
+    void refresh();
+    void horizontalHeaderChanged(int logicalIndex, int oldSize, int newSize);
+    void moveScrollBarToBottom();
+
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    QToolButton* makeToolButton(const QString& name, const QString& iconPath,
+                                const QString& toolTip, const QString& statusTip, const char* slot);
+    QLabel* addLabel(QToolBar* toolbar, const QString& name, const QString& text);
+    void addSpacer(QToolBar* toolbar, const QString& name);
+    void buildToolbar();
+    void buildInfoToolbar();
+    void setUpTable();
+    void makeConnections();
+
+    void showModel(LogTableModel* model);
+    void applyRowHeights();
+    void fitColumns();
+    void applyRememberedWidths();
+    void tellHostButtonStates();
+    void showStatus(const QString& text);
+    void setWaitingForStop(bool waiting);
+    bool isStopping() const;
+    void applyMaximum(int max);
+    int fullRowOfCurrent() const;
+    QString currentCellText() const;
+    QString shownText() const;
+    QString selectedText() const;
+    QAction* makeContextAction(const QString& text, const QString& iconPath,
+                               const QString& statusTip, const char* slot);
+    void remakeContextActions();
+
+    QPointer<QStatusBar> statusBar_;
+    LogViewHost* host_;
+    std::shared_ptr<LogContainer> store_;
+    LogTableView* table_;
+    LogTableModel* fullModel_;
+    LogTableModel* filteredModel_;
+    QVBoxLayout* layout_;
+    QToolBar* toolbar_;
+    QToolBar* infoToolbar_;
+    QComboBox* filesCombo_ = nullptr;
+    QToolButton* startButton_ = nullptr;
+    QToolButton* stopButton_ = nullptr;
+    QCheckBox* filterBox_ = nullptr;
+    QLabel* countLabel_ = nullptr;
+    QLabel* filteredLabel_ = nullptr;
+    QLabel* queuedLabel_ = nullptr;
+    QLabel* serviceLabel_ = nullptr;
+    FindDialog* findDialog_;
+    FilterDialog* filterDialog_;
+    GoToDialog* goToDialog_;
+    QTimer* updateTimer_;
+    QAction* filterAction_ = nullptr;
+    QAction* saveAction_ = nullptr;
+    QAction* clearAction_ = nullptr;
+    QAction* copyAllAction_ = nullptr;
+    QAction* copyAction_ = nullptr;
+    bool autoScroll_;
+    bool showLineNumbers_ = true;
+    bool resizeRows_ = false;
+    bool waitCursorForStop_ = false; ///< the stop under way has set the override cursor
+    boost::thread stopThread_;
+};
+
+} // namespace zuLogging
