@@ -1,1 +1,472 @@
 #include "store/LogContainer.h"
+
+#include "logging/LogMessageSecondaryListener.h"
+#include "logging/LogSvcError.h"
+#include "store/GUISink.h"
+#include "store/LogTableModel.h"
+#include "store/ViewSettings.h"
+
+#include <boost/date_time/posix_time/posix_time_duration.hpp>
+#include <boost/thread/exceptions.hpp>
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/lock_types.hpp>
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+namespace zuLogging {
+
+namespace {
+
+using Lock = boost::lock_guard<boost::mutex>;
+
+constexpr int emptyQueueWaitMs = 100;
+/// Queued records that wake a waiting worker before its time.
+constexpr std::size_t wakeLevel = 1024;
+/// Records that one step moves at most, below the limit and at it: enough to make the cost of a
+/// step small, few enough to keep whoever waits for the filter's lock waiting for milliseconds.
+constexpr int fillBound = 1024;
+constexpr int exchangeBound = 4096;
+/// Fewer than so many records are filtered sooner than two threads are started.
+constexpr std::size_t sideBySideLevel = 64;
+
+} // namespace
+
+/// Holds filterLock_, in the order of asking for it.
+class LogContainer::FilterGuard
+{
+public:
+    explicit FilterGuard(const LogContainer& store)
+        : lock_(store.filterLock_, boost::defer_lock)
+    {
+        const Lock turn(store.filterTurn_);
+        lock_.lock();
+    }
+
+private:
+    boost::unique_lock<boost::mutex> lock_;
+};
+
+LogContainer::LogContainer()
+{
+    const ViewSettings& settings = ViewSettings::instance();
+    maximumMessages_ = settings.maximumLogMessages;
+    setFilter(settings.filterInclude, settings.levelFilterInclude, settings.filterExclude,
+              settings.filterIncludeCs, settings.filterExcludeCs);
+}
+
+LogContainer::~LogContainer()
+{
+    std::shared_ptr<LogMessageListener> listener;
+    {
+        const Lock lock(runLock_);
+        stopRequested_ = true;
+        shuttingDown_ = true;
+        listener = std::move(listener_);
+    }
+    wakeWorkers();
+    listener.reset();
+    for (Worker& worker : workers_) // nobody adds one any more, and workers only mark their own
+        worker.thread.join();
+}
+
+void LogContainer::setModels(LogTableModel* full, LogTableModel* filtered)
+{
+    {
+        const FilterGuard guard(*this);
+        fullModel_ = full;
+        filteredModel_ = filtered;
+    }
+    if (!full && !filtered)
+        return;
+    for (const int field : ViewSettings::instance().columnLayout()) {
+        if (full)
+            full->addColumn(field);
+        if (filtered)
+            filtered->addColumn(field);
+    }
+}
+
+// --- Start and stop
+
+std::shared_ptr<LogMessageListener> LogContainer::makeListener(bool replay)
+{
+    return std::make_shared<LogMessageSecondaryListener>(SinkList{std::make_shared<GUISink>(this)},
+                                                         replay);
+}
+
+bool LogContainer::startLogging(bool replay)
+{
+    bool running = false;
+    {
+        const Lock lock(runLock_);
+        running = listener_ != nullptr;
+    }
+    if (running)
+        stopLogging();
+
+    // Of the three flags this one alone: a worker that still drains ends the new run as well.
+    std::list<Worker> ended;
+    {
+        const Lock lock(runLock_);
+        active_ = true;
+        for (auto worker = workers_.begin(); worker != workers_.end();) {
+            const auto next = std::next(worker);
+            if (worker->ended)
+                ended.splice(ended.end(), workers_, worker);
+            worker = next;
+        }
+    }
+    for (Worker& worker : ended)
+        worker.thread.join(); // it has nothing left to do but to say that it ended
+    std::shared_ptr<LogMessageListener> listener;
+    try {
+        listener = makeListener(replay);
+        const Lock lock(runLock_);
+        if (active_) {
+            workers_.emplace_back();
+            Worker& worker = workers_.back();
+            try {
+                worker.thread =
+                    boost::thread(&LogContainer::processMessages, this, boost::ref(worker));
+            } catch (...) {
+                workers_.pop_back();
+                throw;
+            }
+            listener_ = std::move(listener);
+        }
+    } catch (const LogSvcError& error) {
+        errorText_ = QString::fromUtf8(error.what());
+        active_ = false;
+        return false;
+    } catch (...) {
+        active_ = false;
+        throw;
+    }
+    return active_;
+}
+
+void LogContainer::stopLogging()
+{
+    std::shared_ptr<LogMessageListener> listener;
+    bool over = false;
+    {
+        const Lock lock(runLock_);
+        stopRequested_ = true;
+        listener = std::move(listener_);
+        over = !hasLivingWorker();
+        if (over)
+            clearFlags();
+    }
+    wakeWorkers();
+    listener.reset(); // not under the lock: it may take a second
+    if (over)
+        Q_EMIT stopLoggingDone();
+}
+
+void LogContainer::setShuttingDown()
+{
+    {
+        const Lock lock(runLock_);
+        if (!hasLivingWorker())
+            return;
+        shuttingDown_ = true;
+    }
+    wakeWorkers();
+}
+
+QString LogContainer::takeErrorText()
+{
+    return std::exchange(errorText_, QString());
+}
+
+bool LogContainer::hasLivingWorker() const
+{
+    return std::any_of(workers_.begin(), workers_.end(),
+                       [](const Worker& worker) { return !worker.ended; });
+}
+
+void LogContainer::clearFlags()
+{
+    active_ = false;
+    stopRequested_ = false;
+    shuttingDown_ = false;
+}
+
+void LogContainer::wakeWorkers()
+{
+    // The lock, so that no worker is between its look at the flags and its wait.
+    const Lock lock(queueLock_);
+    queueFilled_.notify_all();
+}
+
+// --- The queue
+
+void LogContainer::addMessage(const DecodedMessage& fields)
+{
+    if (!active_)
+        return;
+    auto message = std::make_shared<LogMessage>(
+        fields.serviceMsgId, fields.sourceMsgId, fields.senderMsgId, fields.timestamp,
+        fields.logLevel, fields.logPos, fields.module, fields.groupName, fields.logMessage,
+        fields.processId, fields.threadId);
+    message->renderTimestamp();
+    const auto bound = static_cast<std::int64_t>(maximumMessages_) + 10;
+    std::shared_ptr<LogMessage> dropped; // freed after the lock
+    bool wake = false;
+    {
+        const Lock lock(queueLock_);
+        queue_.push_back(std::move(message));
+        if (static_cast<std::int64_t>(queue_.size()) > bound) {
+            dropped = std::move(queue_.front());
+            queue_.pop_front();
+        }
+        // Once a wait: a call of the system for every message would cost more than the message.
+        wake = waitingWorkers_ > 0 &&
+               queue_.size() == std::clamp<std::size_t>(
+                                    static_cast<std::size_t>(std::max<std::int64_t>(bound / 4, 1)),
+                                    1, wakeLevel);
+    }
+    if (wake)
+        queueFilled_.notify_one();
+}
+
+std::shared_ptr<LogMessage> LogContainer::takeMessage()
+{
+    Messages one = takeMessages(1);
+    return one.empty() ? nullptr : std::move(one.front());
+}
+
+LogContainer::Messages LogContainer::takeMessages(int count)
+{
+    Messages taken;
+    const Lock lock(queueLock_);
+    const auto end =
+        queue_.begin() + static_cast<std::ptrdiff_t>(
+                             std::min(queue_.size(), static_cast<std::size_t>(std::max(count, 0))));
+    taken.assign(std::make_move_iterator(queue_.begin()), std::make_move_iterator(end));
+    queue_.erase(queue_.begin(), end);
+    return taken;
+}
+
+std::size_t LogContainer::queueSize() const
+{
+    const Lock lock(queueLock_);
+    return queue_.size();
+}
+
+// --- The worker
+
+void LogContainer::processMessages(Worker& self)
+{
+    for (bool entered = false;; entered = true) {
+        if (entered) {
+            waitForMessages();
+            moveMessages();
+        }
+        const Lock lock(runLock_); // so that a start or a stop comes before the end or after it
+        if (entered ? isOver() : !active_) {
+            clearFlags();
+            self.ended = true;
+            break;
+        }
+    }
+    Q_EMIT stopLoggingDone();
+}
+
+bool LogContainer::isOver() const
+{
+    return (stopRequested_ && queueSize() == 0) || shuttingDown_ || !active_;
+}
+
+void LogContainer::waitForMessages()
+{
+    boost::unique_lock<boost::mutex> lock(queueLock_);
+    if (!queue_.empty() || stopRequested_ || shuttingDown_ || !active_)
+        return;
+    ++waitingWorkers_;
+    // Woken by many messages, a stop or the end; a wake-up without cause makes an early round.
+    queueFilled_.timed_wait(lock, boost::posix_time::milliseconds(emptyQueueWaitMs));
+    --waitingWorkers_;
+}
+
+void LogContainer::moveMessages()
+{
+    const FilterGuard guard(*this);
+    const auto queued = static_cast<std::int64_t>(queueSize());
+    if (queued == 0)
+        return;
+    const int limit = maximumMessages_;
+    const int rows = fullModel_ ? fullModel_->rowCount() : 0;
+    if (rows < limit) {
+        fillUp(static_cast<int>(std::min<std::int64_t>({queued, limit - rows, fillBound})));
+    } else {
+        exchange(
+            static_cast<int>(std::min<std::int64_t>({queued, exchangeBound, std::max(1, limit)})));
+    }
+}
+
+void LogContainer::fillUp(int room)
+{
+    const Messages messages = takeMessages(room);
+    if (fullModel_)
+        fullModel_->addMessages(messages);
+    if (filtering_ && filteredModel_)
+        filteredModel_->addMessages(passing(messages));
+}
+
+void LogContainer::exchange(int count)
+{
+    const Messages messages = takeMessages(count);
+    std::vector<int> removed(messages.size(), 0);
+    const auto exchangeFull = [&] {
+        if (fullModel_)
+            removed = fullModel_->replaceOldest(messages);
+    };
+    if (!filtering_ || !filteredModel_) {
+        exchangeFull();
+        return;
+    }
+    Messages passed;
+    const auto filterNew = [&] { passed = passing(messages); };
+    bool done = false;
+    if (messages.size() >= sideBySideLevel) {
+        boost::thread_group pair;
+        try {
+            pair.create_thread(exchangeFull);
+            pair.create_thread(filterNew);
+            done = true;
+        } catch (const boost::thread_resource_error&) {
+            // The machine has no thread left: the worker does what was not started.
+        }
+        pair.join_all();
+        if (!done && pair.size() == 1) {
+            filterNew();
+            done = true;
+        }
+    }
+    if (!done) {
+        exchangeFull();
+        filterNew();
+    }
+    filteredModel_->replaceByIdentifiers(removed, passed);
+}
+
+LogContainer::Messages LogContainer::passing(const Messages& messages) const
+{
+    Messages passed = messages;
+    for (auto& message : passed) {
+        if (!filter_.passes(*message))
+            message.reset();
+    }
+    return passed;
+}
+
+// --- The filter and what it keeps
+
+MessageFilter LogContainer::filter() const
+{
+    const FilterGuard guard(*this);
+    return filter_;
+}
+
+void LogContainer::setFilter(const QStringList& include, const QStringList& levels,
+                             const QStringList& exclude, bool includeCase, bool excludeCase)
+{
+    MessageFilter filter;
+    filter.include = include;
+    filter.levels = levels;
+    filter.exclude = exclude;
+    filter.includeCase = includeCase ? Qt::CaseSensitive : Qt::CaseInsensitive;
+    filter.excludeCase = excludeCase ? Qt::CaseSensitive : Qt::CaseInsensitive;
+
+    const auto store = [this, &filter] {
+        filter_ = filter;
+        filtering_ = !filter.isEmpty();
+    };
+    if (filter.isEmpty() && filteredModel_) {
+        filteredModel_->reset([&] {
+            const FilterGuard guard(*this);
+            filteredModel_->clearRows();
+            store();
+        });
+        return;
+    }
+    if (filter == filter_)
+        return;
+    if (!fullModel_ || !filteredModel_) {
+        const FilterGuard guard(*this);
+        store();
+        return;
+    }
+    filteredModel_->reset([&] {
+        const FilterGuard guard(*this);
+        store();
+        fillFilteredModel();
+    });
+}
+
+void LogContainer::refilter()
+{
+    if (!fullModel_ || !filteredModel_)
+        return;
+    filteredModel_->reset([this] {
+        const FilterGuard guard(*this);
+        fillFilteredModel();
+    });
+}
+
+void LogContainer::fillFilteredModel()
+{
+    filteredModel_->clearRows();
+    const int count = fullModel_->rowCount();
+    for (int row = 0; row < count; row += fillBound)
+        filteredModel_->addMessages(passing(fullModel_->messagesFrom(row, fillBound)));
+}
+
+void LogContainer::truncateTo(int count)
+{
+    const FilterGuard guard(*this);
+    if (fullModel_)
+        fullModel_->removeOldest(fullModel_->rowCount() - std::max(count, 0));
+}
+
+void LogContainer::clearModels()
+{
+    const auto clear = [this] {
+        const FilterGuard guard(*this);
+        if (fullModel_)
+            fullModel_->clearRows();
+        if (filteredModel_)
+            filteredModel_->clearRows();
+    };
+    const auto clearWithFiltered = [&] {
+        if (filteredModel_)
+            filteredModel_->reset(clear);
+        else
+            clear();
+    };
+    if (fullModel_)
+        fullModel_->reset(clearWithFiltered);
+    else
+        clearWithFiltered();
+}
+
+void LogContainer::setShowFiltered(bool show)
+{
+    showFiltered_ = show;
+    if (!filteredModel_)
+        return;
+    if (filteredModel_->rowCount() == 0)
+        refilter();
+    if (!fullModel_)
+        return;
+    LogTableModel* const from = show ? fullModel_ : filteredModel_;
+    LogTableModel* const to = show ? filteredModel_ : fullModel_;
+    const int column = from->sortColumn();
+    if (column != -1)
+        to->sort(column, from->sortOrder());
+}
+
+} // namespace zuLogging

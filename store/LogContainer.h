@@ -2,13 +2,14 @@
 
 #include "logging/DecodedMessage.h"
 #include "logging/LogMessage.h"
-#include "logging/LogMessageSecondaryListener.h"
+#include "logging/LogMessageListener.h"
 #include "store/MessageFilter.h"
 
 #include <QObject>
 #include <QString>
 #include <QStringList>
 
+#include <boost/thread/condition_variable.hpp>
 #include <boost/thread/mutex.hpp>
 #include <boost/thread/thread.hpp>
 
@@ -30,7 +31,11 @@ class LogTableModel;
 ///
 /// Locks, in the order in which they may be taken: `runLock_` (listener, workers), `filterLock_`
 /// (the filter and the moving of records: whoever holds it decides what the filtered model gets),
-/// a model's own lock, `queueLock_`.
+/// a model's own lock, `queueLock_`. No signal is emitted while one of them is held.
+///
+/// The worker takes what the queue holds, up to a bound, in one step. At the limit a step lets as
+/// many of the oldest go as it adds, under one hold of each model's lock, so that a reader never
+/// meets more or fewer rows than the limit.
 ///
 /// The display state (show filtered, highlight, search, time display) is written on the GUI thread
 /// and read there by the models.
@@ -58,7 +63,8 @@ public:
     /// start had failed) the run is over at once.
     void stopLogging();
     /// Makes the worker end at its next round without emptying the queue. Any thread.
-    void setShuttingDown() { shuttingDown_ = true; }
+    /// Without a worker there is nothing to end, and nothing happens.
+    void setShuttingDown();
 
     /// Logging was started and its worker has not ended. Any thread.
     bool isActive() const { return active_; }
@@ -66,6 +72,8 @@ public:
     QString takeErrorText();
 
     /// Receiving thread. Dropped while not active, and when the queue is full the oldest goes.
+    /// A waiting worker is not woken for each message (it looks every 100 ms), only when many are
+    /// queued.
     void addMessage(const DecodedMessage& fields);
     /// The oldest queued record; empty if there is none. Any thread.
     std::shared_ptr<LogMessage> takeMessage();
@@ -111,15 +119,46 @@ Q_SIGNALS:
     /// A worker has ended. Emitted on its thread.
     void stopLoggingDone();
 
-private:
-    void processMessages();
+protected:
+    /// Subscribes at the service; a test may stand in for it and give nothing. Throws LogSvcError.
+    virtual std::shared_ptr<LogMessageListener> makeListener(bool replay);
 
-    std::shared_ptr<LogMessageSecondaryListener> listener_; ///< under runLock_
+private:
+    friend struct LogContainerAccess; ///< the tests' view of the parts below
+
+    struct Worker
+    {
+        boost::thread thread;
+        bool ended = false; ///< under runLock_
+    };
+    class FilterGuard;
+    using Messages = std::vector<std::shared_ptr<LogMessage>>;
+
+    void processMessages(Worker& self);
+    bool isOver() const;
+    bool hasLivingWorker() const;
+    void clearFlags();
+    void wakeWorkers();
+    void waitForMessages();
+    void moveMessages();
+    void fillUp(int room);
+    void exchange(int count);
+    Messages takeMessages(int count);
+    Messages passing(const Messages& messages) const;
+    void fillFilteredModel();
+
+    std::shared_ptr<LogMessageListener> listener_; ///< under runLock_
+    std::list<Worker> workers_;                    ///< under runLock_; joined before they leave it
     LogTableModel* fullModel_ = nullptr;
     LogTableModel* filteredModel_ = nullptr;
     mutable boost::mutex runLock_;
     mutable boost::mutex filterLock_;
+    /// Held while waiting for filterLock_: without it a worker under load, which lets go of that
+    /// lock for an instant only, would keep the window waiting.
+    mutable boost::mutex filterTurn_;
     mutable boost::mutex queueLock_;
+    boost::condition_variable queueFilled_;         ///< with queueLock_
+    int waitingWorkers_ = 0;                        ///< under queueLock_
     std::deque<std::shared_ptr<LogMessage>> queue_; ///< oldest first; under queueLock_
     QString errorText_;
     std::atomic<int> maximumMessages_{100000};

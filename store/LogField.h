@@ -6,7 +6,8 @@
 namespace zuLogging {
 
 /// Identities of the log fields, as columns of the table, in the view settings and in JSON files.
-enum LogField : int {
+enum LogField : int
+{
     FieldNone = 0,
     FieldServiceMsgID = 1,
     FieldSourceMsgID = 2,

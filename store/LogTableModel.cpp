@@ -1,1 +1,863 @@
 #include "store/LogTableModel.h"
+
+#include "store/IdentifierList.h"
+#include "store/LogContainer.h"
+#include "store/LogField.h"
+#include "store/RowShifts.h"
+#include "store/SortedList.h"
+
+#include <QColor>
+
+#include <boost/thread/lock_guard.hpp>
+
+#include <algorithm>
+#include <deque>
+#include <utility>
+
+namespace zuLogging {
+
+namespace {
+
+using Lock = boost::lock_guard<boost::mutex>;
+
+/// Rows that a search looks at before it lets the worker have the lock.
+constexpr int searchSlice = 512;
+
+/// Entries of a sort index that no row shows. At the row limit a sorted table gets one more with
+/// each message; beyond this many they are not kept.
+constexpr int maximumHiddenEntries = 1000000;
+
+QVariant levelColour(std::uint64_t level)
+{
+    switch (level) {
+    case 0:
+    case 8:
+    case 16:
+    case 32:
+        return QColor(0, 0, 0, 255);
+    case 1:
+        return QColor(153, 0, 0, 255);
+    case 2:
+        return QColor(255, 0, 0, 255);
+    case 4:
+        return QColor(255, 128, 0, 255);
+    default:
+        return QColor(); // invalid: the view's own
+    }
+}
+
+bool isNumberField(int field)
+{
+    return field == FieldServiceMsgID || field == FieldSourceMsgID || field == FieldSenderMsgID ||
+           field == FieldProcessID || field == FieldThreadID;
+}
+
+std::uint64_t numberOf(const LogMessage& message, int field)
+{
+    switch (field) {
+    case FieldServiceMsgID:
+        return message.serviceMsgId();
+    case FieldSourceMsgID:
+        return message.sourceMsgId();
+    case FieldSenderMsgID:
+        return message.senderMsgId();
+    case FieldProcessID:
+        return message.processId();
+    default:
+        return message.threadId();
+    }
+}
+
+bool isTextField(int field)
+{
+    return field == FieldLogPos || field == FieldModule || field == FieldGroupName ||
+           field == FieldLogMessage;
+}
+
+std::u16string_view textOf(const LogMessage& message, int field)
+{
+    switch (field) {
+    case FieldLogPos:
+        return message.logPos();
+    case FieldModule:
+        return message.module();
+    case FieldGroupName:
+        return message.groupName();
+    default:
+        return message.logMessage();
+    }
+}
+
+/// Writes `value` in decimal so that it ends at `end`; returns where it begins.
+QChar* writeDecimal(std::uint64_t value, QChar* end)
+{
+    do {
+        *--end = QChar(static_cast<ushort>('0' + value % 10));
+        value /= 10;
+    } while (value != 0);
+    return end;
+}
+
+} // namespace
+
+struct LogTableModel::Rows
+{
+    std::deque<std::shared_ptr<LogMessage>> messages; ///< in order of arrival
+    IdentifierList identifiers;                       ///< of the same rows
+    QList<int> columns;                               ///< fields, left to right
+    SortedList sortIndex;                             ///< empty: unsorted
+    int indexField = FieldNone;                       ///< what the index's keys were made of
+    bool indexInSeconds = false;                      ///< time stamp keys were made in seconds
+    Qt::SortOrder sortOrder = Qt::AscendingOrder;
+    int sortColumn = 0;
+    QList<int> references{0}; ///< stored rows, ascending
+    bool userReferenceSet = false;
+    RowShifts shifts; ///< what happened since the last announcement
+
+    int count() const { return static_cast<int>(messages.size()); }
+    const LogMessage* at(int row) const
+    {
+        return row >= 0 && row < count() ? messages[static_cast<std::size_t>(row)].get() : nullptr;
+    }
+    int stored(int displayedRow) const
+    {
+        return sortIndex.isEmpty() ? displayedRow : sortIndex.indexAt(displayedRow);
+    }
+};
+
+LogTableModel::LogTableModel(std::shared_ptr<LogContainer> store, QObject* parent)
+    : QAbstractTableModel(parent)
+    , store_(std::move(store))
+    , rows_(std::make_unique<Rows>())
+{
+}
+
+LogTableModel::~LogTableModel() = default;
+
+// --- What views read
+
+QModelIndex LogTableModel::index(int row, int column, const QModelIndex& parent) const
+{
+    if (row < 0 || column < 0 || parent.isValid())
+        return {};
+    const Lock lock(lock_);
+    if (row >= rows_->count() || column >= rows_->columns.size())
+        return {};
+    return createIndex(row, column, static_cast<quintptr>(row));
+}
+
+int LogTableModel::rowCount(const QModelIndex& parent) const
+{
+    if (parent.isValid())
+        return 0;
+    const Lock lock(lock_);
+    return rows_->count();
+}
+
+int LogTableModel::columnCount(const QModelIndex& parent) const
+{
+    if (parent.isValid())
+        return 0;
+    const Lock lock(lock_);
+    return rows_->columns.size();
+}
+
+QVariant LogTableModel::data(const QModelIndex& index, int role) const
+{
+    if (!index.isValid() ||
+        (role != Qt::DisplayRole && role != Qt::BackgroundRole && role != Qt::ForegroundRole))
+        return {};
+    const Lock lock(lock_);
+    if (role == Qt::DisplayRole)
+        return shownText(index.row(), index.column());
+    if (role == Qt::BackgroundRole) {
+        if (store_ && store_->highlight() &&
+            shownText(index.row(), index.column())
+                .contains(store_->highlightText(), store_->highlightCase()))
+            return QColor(153, 153, 255, 60);
+        return QColor(255, 255, 255, 255);
+    }
+    int row = -1;
+    const LogMessage* const message = shownMessage(index.row(), row);
+    return message ? levelColour(message->logLevel()) : QVariant();
+}
+
+QVariant LogTableModel::headerData(int section, Qt::Orientation orientation, int role) const
+{
+    if (role != Qt::DisplayRole || section < 0)
+        return {};
+    const Lock lock(lock_);
+    if (orientation == Qt::Horizontal) {
+        if (section < rows_->columns.size())
+            return logFieldName(rows_->columns.at(section));
+    } else if (section < rows_->count()) {
+        return section + 1;
+    }
+    return {};
+}
+
+Qt::ItemFlags LogTableModel::flags(const QModelIndex& index) const
+{
+    if (!index.isValid() || index.row() >= rowCount())
+        return Qt::ItemIsDropEnabled;
+    return QAbstractTableModel::flags(index);
+}
+
+// --- Rows come and go
+
+void LogTableModel::addMessage(std::shared_ptr<LogMessage> message)
+{
+    const Lock lock(lock_);
+    append(std::move(message));
+}
+
+void LogTableModel::addMessages(const std::vector<std::shared_ptr<LogMessage>>& messages)
+{
+    const Lock lock(lock_);
+    for (const auto& message : messages)
+        append(message);
+}
+
+void LogTableModel::insertMessage(int row, std::shared_ptr<LogMessage> message)
+{
+    if (row < 0)
+        return;
+    const Lock lock(lock_);
+    insert(row, std::move(message));
+}
+
+void LogTableModel::append(std::shared_ptr<LogMessage> message)
+{
+    insert(rows_->count(), std::move(message));
+}
+
+void LogTableModel::insert(int row, std::shared_ptr<LogMessage> message)
+{
+    if (!message)
+        return;
+    row = std::min(row, rows_->count());
+    rows_->identifiers.insert(static_cast<std::size_t>(row), message->serviceMsgId());
+    if (row < rows_->count())
+        rows_->shifts.inserted(row, 1);
+    const LogMessage& inserted =
+        **rows_->messages.insert(rows_->messages.begin() + row, std::move(message));
+    addToSortIndex(inserted, row);
+}
+
+void LogTableModel::addToSortIndex(const LogMessage& message, int storedRow)
+{
+    const SortedList& index = rows_->sortIndex;
+    if (!index.isEmpty() && index.size() - rows_->count() < maximumHiddenEntries)
+        addKey(message, storedRow);
+}
+
+void LogTableModel::addKey(const LogMessage& message, int storedRow)
+{
+    SortedList& index = rows_->sortIndex;
+    const int field = rows_->indexField;
+    if (isNumberField(field)) {
+        index.insertNumber(numberOf(message, field), storedRow);
+    } else if (isTextField(field)) {
+        index.insertText(toQString(textOf(message, field)), storedRow);
+    } else if (field == FieldTimestamp && rows_->indexInSeconds) {
+        // One index holds one kind of key, also when the display has changed since it was built.
+        float seconds = 0;
+        secondsSinceReference(message, storedRow, seconds);
+        index.insertReal(seconds, storedRow);
+    } else if (field == FieldTimestamp) {
+        index.insertNumber(message.timestamp(), storedRow);
+    } else {
+        index.insertText(text(message, storedRow, field), storedRow);
+    }
+}
+
+int LogTableModel::removeOldest()
+{
+    int identifier = 0;
+    std::shared_ptr<LogMessage> removed; // freed after the lock
+    const Lock lock(lock_);
+    removed = takeOldest(identifier);
+    return identifier;
+}
+
+std::vector<int> LogTableModel::removeOldest(int count)
+{
+    std::vector<int> identifiers;
+    std::vector<std::shared_ptr<LogMessage>> removed;
+    if (count <= 0)
+        return identifiers;
+    const Lock lock(lock_);
+    identifiers.assign(static_cast<std::size_t>(count), 0);
+    removed.reserve(static_cast<std::size_t>(std::min(count, rows_->count())));
+    for (int& identifier : identifiers) {
+        if (rows_->messages.empty())
+            break; // nothing left: the rest of the answers are 0
+        removed.push_back(takeOldest(identifier));
+    }
+    return identifiers;
+}
+
+std::shared_ptr<LogMessage> LogTableModel::takeOldest(int& identifier)
+{
+    identifier = 0;
+    if (rows_->messages.empty())
+        return {};
+    if (!rows_->sortIndex.isEmpty())
+        rows_->sortIndex.remove(rows_->sortIndex.firstPositionOfRowZero());
+    std::shared_ptr<LogMessage> oldest = std::move(rows_->messages.front());
+    identifier = static_cast<int>(static_cast<std::uint32_t>(oldest->serviceMsgId()));
+    rows_->messages.pop_front();
+    rows_->identifiers.removeFirst();
+    rows_->shifts.removed(0, 1);
+    return oldest;
+}
+
+bool LogTableModel::removeByIdentifier(int identifier)
+{
+    std::shared_ptr<LogMessage> removed;
+    const Lock lock(lock_);
+    removed = takeByIdentifier(identifier);
+    return removed != nullptr;
+}
+
+void LogTableModel::removeByIdentifiers(const std::vector<int>& identifiers)
+{
+    std::vector<std::shared_ptr<LogMessage>> removed;
+    removed.reserve(identifiers.size());
+    const Lock lock(lock_);
+    for (const int identifier : identifiers)
+        removed.push_back(takeByIdentifier(identifier));
+}
+
+std::shared_ptr<LogMessage> LogTableModel::takeByIdentifier(int identifier)
+{
+    if (identifier < 1)
+        return {};
+    const int row = rows_->identifiers.indexOf(static_cast<std::uint64_t>(identifier));
+    if (row < 0)
+        return {};
+    const auto place = rows_->messages.begin() + row;
+    std::shared_ptr<LogMessage> found = std::move(*place);
+    rows_->messages.erase(place);
+    rows_->identifiers.removeAt(static_cast<std::size_t>(row));
+    rows_->shifts.removed(row, 1);
+    return found;
+}
+
+std::vector<int>
+LogTableModel::replaceOldest(const std::vector<std::shared_ptr<LogMessage>>& messages)
+{
+    std::vector<int> identifiers(messages.size(), 0);
+    std::vector<std::shared_ptr<LogMessage>> removed;
+    removed.reserve(messages.size());
+    const Lock lock(lock_);
+    for (std::size_t i = 0; i < messages.size(); ++i) {
+        removed.push_back(takeOldest(identifiers[i]));
+        append(messages[i]);
+    }
+    return identifiers;
+}
+
+void LogTableModel::replaceByIdentifiers(const std::vector<int>& identifiers,
+                                         const std::vector<std::shared_ptr<LogMessage>>& messages)
+{
+    std::vector<std::shared_ptr<LogMessage>> removed;
+    removed.reserve(identifiers.size());
+    const Lock lock(lock_);
+    for (std::size_t i = 0; i < identifiers.size(); ++i) {
+        removed.push_back(takeByIdentifier(identifiers[i]));
+        append(messages[i]);
+    }
+}
+
+void LogTableModel::clear()
+{
+    reset([this] { clearRows(); });
+}
+
+void LogTableModel::reset(const std::function<void()>& change)
+{
+    beginResetModel();
+    change();
+    endResetModel();
+}
+
+void LogTableModel::clearRows()
+{
+    std::deque<std::shared_ptr<LogMessage>> removed; // freed after the lock
+    const Lock lock(lock_);
+    removed.swap(rows_->messages);
+    rows_->identifiers.clear();
+    rows_->sortIndex.clear();
+    rows_->sortColumn = -1;
+    rows_->shifts.clear();
+}
+
+// --- Rows looked up
+
+std::shared_ptr<LogMessage> LogTableModel::messageAt(int storedRow) const
+{
+    const Lock lock(lock_);
+    if (storedRow < 0 || storedRow >= rows_->count())
+        return {};
+    return rows_->messages[static_cast<std::size_t>(storedRow)];
+}
+
+std::vector<std::shared_ptr<LogMessage>> LogTableModel::messagesFrom(int first, int count) const
+{
+    const Lock lock(lock_);
+    const int begin = std::max(first, 0);
+    if (begin >= rows_->count() || count <= 0)
+        return {};
+    const auto from = rows_->messages.begin() + begin;
+    return {from, from + std::min(count, rows_->count() - begin)};
+}
+
+int LogTableModel::storedRow(int displayedRow) const
+{
+    const Lock lock(lock_);
+    const int row = rows_->stored(displayedRow);
+    return row >= 0 && row < rows_->count() ? row : -1;
+}
+
+const LogMessage* LogTableModel::shownMessage(int displayedRow, int& storedRow) const
+{
+    storedRow = rows_->stored(displayedRow);
+    return rows_->at(storedRow);
+}
+
+bool LogTableModel::firstTimestamp(std::uint64_t& timestamp) const
+{
+    const Lock lock(lock_);
+    const LogMessage* const first = rows_->at(0);
+    if (!first)
+        return false;
+    timestamp = first->timestamp();
+    return true;
+}
+
+// --- Texts
+
+QString LogTableModel::cellText(int displayedRow, int column) const
+{
+    const Lock lock(lock_);
+    return shownText(displayedRow, column);
+}
+
+int LogTableModel::fieldAt(int column) const
+{
+    return column >= 0 && column < rows_->columns.size() ? rows_->columns.at(column) : FieldNone;
+}
+
+QString LogTableModel::shownText(int displayedRow, int column) const
+{
+    int row = -1;
+    const LogMessage* const message = shownMessage(displayedRow, row);
+    return message ? text(*message, row, fieldAt(column)) : QString();
+}
+
+QString LogTableModel::text(const LogMessage& message, int storedRow, int field) const
+{
+    if (isNumberField(field))
+        return QString::number(static_cast<qulonglong>(numberOf(message, field)), 10);
+    if (isTextField(field))
+        return toQString(textOf(message, field));
+    switch (field) {
+    case FieldTimestamp:
+        return timestampCell(message, storedRow);
+    case FieldLogLevelHex:
+        return message.levelCodeText();
+    case FieldLogLevel:
+        return message.levelName();
+    default:
+        return {};
+    }
+}
+
+bool LogTableModel::showsSeconds() const
+{
+    return store_ && store_->timeDisplayMode() != 0;
+}
+
+QString LogTableModel::timestampCell(const LogMessage& message, int storedRow) const
+{
+    if (!showsSeconds())
+        return message.timestampText();
+    float seconds = 0;
+    switch (secondsSinceReference(message, storedRow, seconds)) {
+    case Reference::Itself:
+        return QStringLiteral("*REF*");
+    case Reference::Other:
+        return QString::number(static_cast<double>(seconds), 'f', 6);
+    case Reference::None:
+        break;
+    }
+    return QStringLiteral("-Invalid-");
+}
+
+LogTableModel::Reference LogTableModel::secondsSinceReference(const LogMessage& message,
+                                                              int storedRow, float& seconds) const
+{
+    seconds = 0;
+    const QList<int>& references = rows_->references;
+    if (references.isEmpty())
+        return Reference::None;
+    int row = references.first();
+    for (int i = references.size() - 1; i >= 0; --i) {
+        const LogMessage* const candidate = rows_->at(references.at(i));
+        if (candidate && candidate->timestamp() <= message.timestamp()) {
+            row = references.at(i);
+            break;
+        }
+    }
+    std::uint64_t reference = 0;
+    if (!referenceTime(row, reference))
+        return Reference::None;
+    if (row == storedRow)
+        return Reference::Itself;
+    // Single precision on purpose: what is shown is what is sorted by.
+    seconds = static_cast<float>(static_cast<std::int64_t>(message.timestamp() - reference)) / 1e6F;
+    return Reference::Other;
+}
+
+bool LogTableModel::referenceTime(int referenceRow, std::uint64_t& timestamp) const
+{
+    const LogMessage* const message = rows_->at(referenceRow);
+    if (!message)
+        return false;
+    timestamp = message->timestamp();
+    if (referenceRow == 0 && store_) {
+        // Counted from the first message present, also where a filter hides it.
+        const LogTableModel* const full = store_->fullModel();
+        if (full && full != this)
+            full->firstTimestamp(timestamp);
+    }
+    return true;
+}
+
+bool LogTableModel::matches(const QModelIndex& index, const QString& text,
+                            Qt::CaseSensitivity caseRule) const
+{
+    return index.isValid() && cellText(index.row(), index.column()).contains(text, caseRule);
+}
+
+QModelIndex LogTableModel::nextIndex(const QModelIndex& index) const
+{
+    if (!index.isValid())
+        return {};
+    int row = index.row();
+    int column = index.column() + 1;
+    if (column >= columnCount()) {
+        column = 0;
+        row = row + 1 < rowCount() ? row + 1 : 0;
+    }
+    return this->index(row, column);
+}
+
+QModelIndex LogTableModel::previousIndex(const QModelIndex& index) const
+{
+    if (!index.isValid())
+        return {};
+    int row = index.row();
+    int column = index.column() - 1;
+    if (column < 0) {
+        column = columnCount() - 1;
+        row = row > 0 ? row - 1 : rowCount() - 1;
+    }
+    return this->index(row, column);
+}
+
+bool LogTableModel::shownContains(const LogMessage* message, int storedRow, int field,
+                                  const QString& text, Qt::CaseSensitivity caseRule) const
+{
+    // Long texts and numbers are looked at where they are. The search itself must be QString's:
+    // Qt's other ways of searching fold the case of unpaired surrogates differently.
+    if (message && isTextField(field)) {
+        const std::u16string_view units = textOf(*message, field);
+        return QString::fromRawData(reinterpret_cast<const QChar*>(units.data()),
+                                    static_cast<int>(units.size()))
+            .contains(text, caseRule);
+    }
+    if (message && isNumberField(field)) {
+        QChar digits[20];
+        const QChar* const begin = writeDecimal(numberOf(*message, field), digits + 20);
+        return QString::fromRawData(begin, static_cast<int>(digits + 20 - begin))
+            .contains(text, caseRule);
+    }
+    return (message ? this->text(*message, storedRow, field) : QString()).contains(text, caseRule);
+}
+
+QModelIndex LogTableModel::findNext(const QModelIndex& start, const QString& text,
+                                    bool directionDown, Qt::CaseSensitivity caseRule) const
+{
+    if (!start.isValid())
+        return {};
+    int row = start.row();
+    int column = start.column();
+    // Rows that leave or come meanwhile could keep the start cell from being met again: the number
+    // of cells at the beginning bounds the search as well.
+    std::int64_t left = -1;
+    for (;;) {
+        const Lock lock(lock_);
+        const int rowsNow = rows_->count();
+        const int columns = rows_->columns.size();
+        if (rowsNow == 0 || columns == 0)
+            return {};
+        if (left < 0)
+            left = static_cast<std::int64_t>(rowsNow) * columns;
+        if (row >= rowsNow || column >= columns) { // the place is gone: on with the table's end
+            row = directionDown ? rowsNow - 1 : 0;
+            column = directionDown ? columns - 1 : 0;
+        }
+        for (int cells = searchSlice * columns; cells > 0; --cells) {
+            if (directionDown && ++column == columns) {
+                column = 0;
+                row = row + 1 < rowsNow ? row + 1 : 0;
+            } else if (!directionDown && --column < 0) {
+                column = columns - 1;
+                row = row > 0 ? row - 1 : rowsNow - 1;
+            }
+            if ((row == start.row() && column == start.column()) || left-- == 0)
+                return {};
+            int storedRow = -1;
+            const LogMessage* const message = shownMessage(row, storedRow);
+            const int field = rows_->columns.at(column);
+            if (shownContains(message, storedRow, field, text, caseRule))
+                return createIndex(row, column, static_cast<quintptr>(row));
+        }
+    }
+}
+
+// --- Sorting
+
+QVariant LogTableModel::sortKey(int storedRow, int column) const
+{
+    const Lock lock(lock_);
+    const LogMessage* const message = rows_->at(storedRow);
+    const int field = fieldAt(column);
+    if (!message || field < FieldServiceMsgID || field > FieldLogMessage)
+        return {};
+    if (isNumberField(field))
+        return QVariant(static_cast<qulonglong>(numberOf(*message, field)));
+    if (field != FieldTimestamp)
+        return QVariant(text(*message, storedRow, field));
+    if (!showsSeconds())
+        return QVariant(static_cast<qulonglong>(message->timestamp()));
+    float seconds = 0;
+    secondsSinceReference(*message, storedRow, seconds);
+    return QVariant(seconds);
+}
+
+void LogTableModel::sort(int column, Qt::SortOrder order)
+{
+    {
+        const Lock lock(lock_);
+        if (column == rows_->sortColumn && order == rows_->sortOrder)
+            return;
+    }
+    Q_EMIT layoutAboutToBeChanged({}, VerticalSortHint);
+    const QModelIndexList before = persistentIndexList();
+    QModelIndexList after;
+    {
+        const Lock lock(lock_);
+        // What the views hold on to follows its message. Their row numbers are those of the last
+        // announcement.
+        std::vector<int> held;
+        held.reserve(static_cast<std::size_t>(before.size()));
+        for (const QModelIndex& index : before)
+            held.push_back(rows_->sortIndex.isEmpty() ? rows_->shifts.newRow(index.row())
+                                                      : rows_->sortIndex.indexAt(index.row()));
+        rows_->shifts.clear();
+
+        if (rows_->sortIndex.isEmpty() || column != rows_->sortColumn)
+            buildSortIndex(fieldAt(column));
+        rows_->sortIndex.sort(order);
+        rows_->sortColumn = column;
+        rows_->sortOrder = order;
+
+        const int count = rows_->count();
+        std::vector<int> displayed;
+        if (!before.isEmpty() && !rows_->sortIndex.isEmpty()) {
+            displayed.assign(static_cast<std::size_t>(count), -1);
+            for (int position = std::min(count, rows_->sortIndex.size()) - 1; position >= 0;
+                 --position) {
+                const int row = rows_->sortIndex.indexAt(position);
+                if (row < count)
+                    displayed[static_cast<std::size_t>(row)] = position;
+            }
+        }
+        after.reserve(before.size());
+        for (int i = 0; i < before.size(); ++i) {
+            int row = held[static_cast<std::size_t>(i)];
+            if (row < 0 || row >= count)
+                row = -1;
+            else if (!displayed.empty())
+                row = displayed[static_cast<std::size_t>(row)];
+            after.append(row < 0
+                             ? QModelIndex()
+                             : createIndex(row, before.at(i).column(), static_cast<quintptr>(row)));
+        }
+    }
+    changePersistentIndexList(before, after);
+    Q_EMIT layoutChanged({}, VerticalSortHint);
+}
+
+void LogTableModel::buildSortIndex(int field)
+{
+    rows_->sortIndex.clear();
+    rows_->indexField = field;
+    rows_->indexInSeconds = showsSeconds();
+    if (field < FieldServiceMsgID || field > FieldLogMessage)
+        return;
+    int row = 0;
+    for (const auto& message : rows_->messages)
+        addKey(*message, row++);
+}
+
+int LogTableModel::sortColumn() const
+{
+    const Lock lock(lock_);
+    return rows_->sortColumn;
+}
+
+Qt::SortOrder LogTableModel::sortOrder() const
+{
+    const Lock lock(lock_);
+    return rows_->sortOrder;
+}
+
+// --- References
+
+void LogTableModel::addReference(int displayedRow)
+{
+    const Lock lock(lock_);
+    const int row = rows_->stored(displayedRow);
+    if (!rows_->at(row) || rows_->references.contains(row))
+        return;
+    rows_->references.append(row);
+    if (!rows_->userReferenceSet) {
+        removeReferenceLocked(0);
+        rows_->userReferenceSet = true;
+    }
+    std::sort(rows_->references.begin(), rows_->references.end());
+}
+
+void LogTableModel::removeReference(int displayedRow)
+{
+    const Lock lock(lock_);
+    removeReferenceLocked(displayedRow);
+}
+
+void LogTableModel::removeReferenceLocked(int displayedRow)
+{
+    rows_->references.removeOne(rows_->stored(displayedRow));
+}
+
+QList<int> LogTableModel::references() const
+{
+    const Lock lock(lock_);
+    return rows_->references;
+}
+
+// --- Columns
+
+QList<int> LogTableModel::columns() const
+{
+    const Lock lock(lock_);
+    return rows_->columns;
+}
+
+void LogTableModel::addColumn(int field)
+{
+    int count = 0;
+    {
+        const Lock lock(lock_);
+        if (rows_->columns.contains(field))
+            return;
+        count = rows_->columns.size();
+    }
+    beginInsertColumns({}, count, count);
+    {
+        const Lock lock(lock_);
+        rows_->columns.append(field);
+    }
+    endInsertColumns();
+}
+
+void LogTableModel::setColumns(const QList<int>& fields)
+{
+    QList<int> wanted;
+    for (const int field : fields) {
+        if (!wanted.contains(field))
+            wanted.append(field);
+    }
+    const QList<int> shown = columns();
+    for (int column = shown.size() - 1; column >= 0; --column) {
+        if (wanted.contains(shown.at(column)))
+            continue;
+        beginRemoveColumns({}, column, column);
+        {
+            // The rows stay in the order that they are in, also when their sort column goes.
+            const Lock lock(lock_);
+            rows_->columns.removeAt(column);
+            if (rows_->sortColumn == column)
+                rows_->sortColumn = -1;
+            else if (rows_->sortColumn > column)
+                --rows_->sortColumn;
+        }
+        endRemoveColumns();
+    }
+    for (const int field : qAsConst(wanted))
+        addColumn(field);
+
+    const QList<int> unordered = columns();
+    if (unordered == wanted)
+        return;
+    Q_EMIT layoutAboutToBeChanged({}, HorizontalSortHint);
+    {
+        const Lock lock(lock_);
+        rows_->columns = wanted;
+        if (rows_->sortColumn >= 0 && rows_->sortColumn < unordered.size())
+            rows_->sortColumn = wanted.indexOf(unordered.at(rows_->sortColumn));
+    }
+    const QModelIndexList before = persistentIndexList();
+    QModelIndexList after;
+    after.reserve(before.size());
+    for (const QModelIndex& index : before)
+        after.append(createIndex(index.row(), wanted.indexOf(unordered.value(index.column())),
+                                 static_cast<quintptr>(index.row())));
+    changePersistentIndexList(before, after);
+    Q_EMIT layoutChanged({}, HorizontalSortHint);
+}
+
+// --- Announcements
+
+void LogTableModel::announceChanges()
+{
+    Q_EMIT layoutAboutToBeChanged();
+    RowShifts shifts;
+    int count = 0;
+    {
+        const Lock lock(lock_);
+        if (rows_->sortIndex.isEmpty())
+            std::swap(shifts, rows_->shifts);
+        rows_->shifts.clear();
+        count = rows_->count();
+    }
+    const QModelIndexList held = persistentIndexList();
+    QModelIndexList before;
+    QModelIndexList after;
+    for (const QModelIndex& index : held) {
+        const int row = shifts.newRow(index.row());
+        if (row == index.row() && row < count)
+            continue;
+        before.append(index);
+        after.append(row < 0 || row >= count
+                         ? QModelIndex()
+                         : createIndex(row, index.column(), static_cast<quintptr>(row)));
+    }
+    changePersistentIndexList(before, after);
+    Q_EMIT layoutChanged();
+}
+
+} // namespace zuLogging

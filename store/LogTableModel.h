@@ -7,14 +7,14 @@
 
 #include <boost/thread/mutex.hpp>
 
-#include <cstddef>
+#include <cstdint>
+#include <functional>
 #include <memory>
 #include <vector>
 
 namespace zuLogging {
 
 class LogContainer;
-class SortedList;
 
 /// Log messages as table rows: in order of arrival, or through a sort index.
 ///
@@ -58,13 +58,28 @@ public:
     bool removeByIdentifier(int identifier);
     /// The same for each of `identifiers` in order, under one lock.
     void removeByIdentifiers(const std::vector<int>& identifiers);
+    /// For each of `messages` in order: removeOldest, then addMessage, all under one lock, so that
+    /// no reader meets a row more or less. What removeOldest gave, in order. Any thread.
+    std::vector<int> replaceOldest(const std::vector<std::shared_ptr<LogMessage>>& messages);
+    /// For each position: removeByIdentifier, then addMessage unless the message is empty, all
+    /// under one lock. Both lists are equally long. Any thread.
+    void replaceByIdentifiers(const std::vector<int>& identifiers,
+                              const std::vector<std::shared_ptr<LogMessage>>& messages);
 
     /// Empty for a row out of range.
     std::shared_ptr<LogMessage> messageAt(int storedRow) const;
+    /// Up to `count` messages from stored row `first` on, under one lock.
+    std::vector<std::shared_ptr<LogMessage>> messagesFrom(int first, int count) const;
     /// A displayed row's stored row: through the sort index, or itself when unsorted; -1 if out of
     /// range.
     int storedRow(int displayedRow) const;
+    /// Empties the model; the references stay. GUI thread.
     void clear();
+    /// Announces a model reset around `change`, which is called without the model's lock and may
+    /// use every operation that is for any thread. GUI thread.
+    void reset(const std::function<void()>& change);
+    /// What `clear` does, without telling the views: to be called from a `reset`. Any thread.
+    void clearRows();
 
     /// Marks or unmarks a time reference. The start entry, row 0, goes with the first mark.
     void addReference(int displayedRow);
@@ -72,8 +87,7 @@ public:
     QList<int> references() const;
 
     QString cellText(int displayedRow, int column) const;
-    bool matches(const QModelIndex& index, const QString& text,
-                 Qt::CaseSensitivity caseRule) const;
+    bool matches(const QModelIndex& index, const QString& text, Qt::CaseSensitivity caseRule) const;
     /// The cell to the right or to the left, wrapping around rows and the table.
     QModelIndex nextIndex(const QModelIndex& index) const;
     QModelIndex previousIndex(const QModelIndex& index) const;
@@ -92,7 +106,9 @@ public:
     /// Adds a field as the last column unless it is shown already. GUI thread, before any view.
     void addColumn(int field);
 
-    /// Tells the views that rows came or went. GUI thread.
+    /// Tells the views that rows came or went. When unsorted, their selection and current cell
+    /// stay with their messages, and go with those that went; when sorted they stay where they are.
+    /// GUI thread.
     void announceChanges();
 
     /// The time stamp of stored row 0, if there is one. Any thread.
@@ -100,6 +116,34 @@ public:
 
 private:
     struct Rows;
+
+    // The lock is held by the caller of these.
+    void append(std::shared_ptr<LogMessage> message);
+    void insert(int row, std::shared_ptr<LogMessage> message);
+    std::shared_ptr<LogMessage> takeOldest(int& identifier);
+    std::shared_ptr<LogMessage> takeByIdentifier(int identifier);
+    void removeReferenceLocked(int displayedRow);
+    const LogMessage* shownMessage(int displayedRow, int& storedRow) const;
+    QString text(const LogMessage& message, int storedRow, int field) const;
+    QString timestampCell(const LogMessage& message, int storedRow) const;
+    enum class Reference
+    {
+        None,
+        Itself,
+        Other
+    };
+    Reference secondsSinceReference(const LogMessage& message, int storedRow, float& seconds) const;
+    bool referenceTime(int referenceRow, std::uint64_t& timestamp) const;
+    void addToSortIndex(const LogMessage& message, int storedRow);
+    void addKey(const LogMessage& message, int storedRow);
+    void buildSortIndex(int field);
+    int fieldAt(int column) const;
+    QString shownText(int displayedRow, int column) const;
+    bool shownContains(const LogMessage* message, int storedRow, int field, const QString& text,
+                       Qt::CaseSensitivity caseRule) const;
+
+    bool showsSeconds() const;
+
     std::shared_ptr<LogContainer> store_;
     std::unique_ptr<Rows> rows_;
     mutable boost::mutex lock_;

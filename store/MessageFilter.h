@@ -21,8 +21,8 @@ struct MessageFilter
 
     friend bool operator==(const MessageFilter& a, const MessageFilter& b)
     {
-        return a.include == b.include && a.levels == b.levels && a.exclude == b.exclude
-               && a.includeCase == b.includeCase && a.excludeCase == b.excludeCase;
+        return a.include == b.include && a.levels == b.levels && a.exclude == b.exclude &&
+               a.includeCase == b.includeCase && a.excludeCase == b.excludeCase;
     }
 };
 

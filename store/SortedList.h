@@ -2,6 +2,7 @@
 
 #include "store/ListItem.h"
 
+#include <QString>
 #include <QVariant>
 #include <Qt>
 
@@ -24,6 +25,11 @@ public:
     /// Appends an entry to the list of the key's type: QString, qulonglong or float. A key of any
     /// other type is ignored.
     void insert(const QVariant& key, int row);
+    // The same without a variant around the key.
+    void insertText(const QString& key, int row);
+    void insertNumber(quint64 key, int row);
+    void insertReal(float key, int row);
+
     /// The row number of the entry at `position`; -1 when there is none.
     int indexAt(int position) const;
     bool isEmpty() const;
