@@ -3,7 +3,9 @@
 #include "logging/LogSvcError.h"
 #include "platform/Trace.h"
 
+#include <exception>
 #include <string>
+#include <string_view>
 
 namespace zuLogging {
 
@@ -28,8 +30,8 @@ void traceLine(const std::string& text)
 void ClientCommandServer::answer(const Packet& request, std::size_t length, Packet& acknowledge)
 {
     const PacketHeader header = request.header();
-    if (header.magic != magicLogClient || header.payloadLength > maximumPayload
-        || length < packetHeaderSize || length > maximumPacket)
+    if (header.magic != magicLogClient || header.payloadLength > maximumPayload ||
+        length < packetHeaderSize || length > maximumPacket)
         throw LogSvcError("Received malformed input packet");
     if (length != packetHeaderSize + header.payloadLength) {
         traceLine("Refusing command packet with unexpected size");
@@ -43,10 +45,10 @@ void ClientCommandServer::answer(const Packet& request, std::size_t length, Pack
     }
     try {
         process(request, acknowledge);
-    } catch (const LogSvcError& error) {
+    } catch (const std::exception& error) {
         traceLine(std::string("Error while processing log protocol requests (negative ack "
-                              "generated): ")
-                  + error.what());
+                              "generated): ") +
+                  error.what());
         acknowledge.setHeader(acknowledgeOf(header, PacketStatus::Failed));
     }
 }

@@ -14,13 +14,14 @@ namespace zuLogging {
 class ClientCommandServer
 {
 public:
-    /// Handles one datagram of `length` bytes (a header at least) that carries the protocol's magic,
-    /// and fills `acknowledge` with the answer. Throws LogSvcError "Received malformed input packet"
-    /// for one that deserves no answer. Whether the answer is wanted is the caller's business.
+    /// Handles one datagram of `length` bytes (a header at least) that carries the protocol's
+    /// magic, and fills `acknowledge` with the answer. Throws LogSvcError "Received malformed input
+    /// packet" for one that deserves no answer. Whether the answer is wanted is the caller's
+    /// business.
     void answer(const Packet& request, std::size_t length, Packet& acknowledge);
 
 private:
-    /// Carries out a checked request. May throw LogSvcError, which is answered with status 3.
+    /// Carries out a checked request. What it throws is answered with status 3.
     void process(const Packet& request, Packet& acknowledge);
 };
 

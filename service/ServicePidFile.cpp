@@ -6,7 +6,10 @@
 
 namespace zuLogging {
 
-std::string ServicePidFile::path() { return platform::runtimeDirectory() + "/ZULogSvc.pid"; }
+std::string ServicePidFile::path()
+{
+    return platform::runtimeDirectory() + "/ZULogSvc.pid";
+}
 
 ServicePidFile::ServicePidFile()
     : path_(path())

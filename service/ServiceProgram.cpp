@@ -6,11 +6,14 @@
 #include "platform/Desktop.h"
 #include "platform/Process.h"
 #include "platform/SharedMemory.h"
+#include "platform/Trace.h"
 #include "service/LogService.h"
 #include "service/ServicePidFile.h"
+#include "service/TraceLimiter.h"
 
 #include <boost/program_options.hpp>
 
+#include <chrono>
 #include <condition_variable>
 #include <exception>
 #include <mutex>
@@ -60,6 +63,27 @@ std::string runningServiceText()
     return text;
 }
 
+/// While it lives, what the library traces goes to `err`, a little of it.
+class LimitedTrace
+{
+public:
+    explicit LimitedTrace(std::ostream& err)
+        : limiter_(
+              [&err](const std::string& line) { err << programName << ": " << line << std::flush; })
+        , previous_(platform::setTraceHandler([this](std::string_view text) {
+            limiter_.add(text, std::chrono::steady_clock::now());
+        }))
+    {
+    }
+    ~LimitedTrace() { platform::setTraceHandler(previous_); }
+    LimitedTrace(const LimitedTrace&) = delete;
+    LimitedTrace& operator=(const LimitedTrace&) = delete;
+
+private:
+    TraceLimiter limiter_;
+    platform::TraceHandler previous_;
+};
+
 int fail(std::ostream& err, ServiceExit status, const std::string& text)
 {
     err << programName << ": " << text << std::endl;
@@ -70,6 +94,7 @@ int serve(std::ostream& out, std::ostream& err)
 {
     Event ending;
     const platform::TerminationWatcher watcher([&ending] { ending.set(); });
+    const LimitedTrace trace(err);
 
     const LogService service;
     const SocketAddress address = service.boundAddress();

@@ -1,0 +1,18 @@
+#include "tests/service/RunningService.h"
+
+#include "logging/ConnectionInfo.h"
+
+#include <stdexcept>
+#include <utility>
+
+namespace zuLogging::test {
+
+RunningService::RunningService(SinkList sinks)
+    : service_(std::move(sinks))
+{
+    if (publisher_.publish(connectionInfoName(), encodeConnectionInfo(service_.boundAddress())) !=
+        platform::SharedMemoryPublisher::Result::Published)
+        throw std::runtime_error("the test could not publish: " + publisher_.error());
+}
+
+} // namespace zuLogging::test

@@ -1,0 +1,93 @@
+#include "tools/ZulogProgram.h"
+
+#include "platform/Desktop.h"
+#include "tools/CommandOptions.h"
+#include "tools/DemoCommand.h"
+#include "tools/SendCommand.h"
+
+#include <algorithm>
+#include <array>
+#include <exception>
+#include <ostream>
+
+namespace zuLogging {
+
+namespace {
+
+struct Command
+{
+    std::string_view name;
+    std::string_view summary;
+    CommandFunction run;
+};
+
+constexpr std::array<Command, 2> commands{{
+    {"send", "send a message, or each line of standard input as one", &runSendCommand},
+    {"demo", "send realistic traffic at an even rate", &runDemoCommand},
+}};
+
+void writeHelp(std::ostream& out)
+{
+    out << "Usage: zulog COMMAND [OPTION...]\n"
+           "       zulog --help | --version\n\n"
+           "Talks to the log service of this machine.\n\n"
+           "Commands:\n";
+    for (const Command& command : commands)
+        out << "  " << command.name << "    " << command.summary << '\n';
+    out << "\n'zulog COMMAND --help' tells more about one.\n"
+           "Exit status: 0 done, 1 refused or failed, 2 wrong usage.\n";
+}
+
+ToolExit dispatch(const std::vector<std::string>& arguments, Console& console)
+{
+    if (arguments.size() < 2)
+        throw UsageError("no command given");
+    const std::string& name = arguments[1];
+    if (name == "--help" || name == "-h") {
+        writeHelp(console.out);
+        return ToolExit::Done;
+    }
+    if (name == "--version") {
+        console.out << "zulog " << platform::productVersion() << '\n';
+        return ToolExit::Done;
+    }
+    const auto* command = std::find_if(commands.begin(), commands.end(),
+                                       [&](const Command& c) { return c.name == name; });
+    if (command == commands.end())
+        throw UsageError(
+            (name.compare(0, 1, "-") == 0 ? "unrecognised option '" : "there is no command '") +
+            name + "'");
+    return command->run({arguments.begin() + 2, arguments.end()}, console);
+}
+
+/// What the user typed may hold line ends; the message is one line all the same.
+std::string oneLine(std::string text)
+{
+    std::replace_if(
+        text.begin(), text.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
+    return text;
+}
+
+} // namespace
+
+int runZulogProgram(const std::vector<std::string>& arguments, Console& console)
+{
+    ToolExit status = ToolExit::Failed;
+    try {
+        status = dispatch(arguments, console);
+        console.out.flush();
+        if (!console.out) {
+            console.err << "zulog: cannot write to standard output\n";
+            status = ToolExit::Failed;
+        }
+    } catch (const UsageError& error) {
+        console.err << "zulog: " << oneLine(error.what()) << "; try 'zulog --help'\n";
+        status = ToolExit::Usage;
+    } catch (const std::exception& error) {
+        console.err << "zulog: " << oneLine(error.what()) << '\n';
+    }
+    console.err.flush();
+    return static_cast<int>(status);
+}
+
+} // namespace zuLogging

@@ -1,0 +1,12 @@
+#include "platform/Desktop.h"
+#include "tools/ZulogProgram.h"
+
+#include <iostream>
+
+int main(int argc, char** argv)
+{
+    std::ios::sync_with_stdio(false);
+    zuLogging::Console console{std::cin, std::cout, std::cerr};
+    return zuLogging::runZulogProgram(zuLogging::platform::commandLineArguments(argc, argv),
+                                      console);
+}
