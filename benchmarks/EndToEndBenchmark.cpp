@@ -142,7 +142,7 @@ void datagramToModel(benchmark::State& state)
         }
         while (!settled(sentBefore))
             std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        const std::uint64_t takenBefore = store->messagesAdded();
+        const std::uint64_t takenBefore = store->movedMessages();
         const double before = processorSeconds();
         const auto wallBefore = std::chrono::steady_clock::now();
         {
@@ -156,7 +156,7 @@ void datagramToModel(benchmark::State& state)
         while (!settled(rate * seconds))
             std::this_thread::sleep_for(std::chrono::milliseconds(50));
         const double used = processorSeconds() - before;
-        const auto count = static_cast<double>(store->messagesAdded() - takenBefore);
+        const auto count = static_cast<double>(store->movedMessages() - takenBefore);
         state.counters["cpu_us_per_message"] = used * 1e6 / count;
         state.counters["lost"] = static_cast<double>(rate * seconds) - count;
         state.counters["rows"] = full->rowCount();

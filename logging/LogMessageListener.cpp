@@ -1,5 +1,6 @@
 #include "logging/LogMessageListener.h"
 
+#include "logging/LogMessageSinkForwarder.h"
 #include "logging/LogSvcError.h"
 #include "logging/SinkFactory.h"
 
@@ -182,7 +183,7 @@ bool LogMessageListener::addSink(std::uint32_t typeCode, std::string_view argume
                 return false;
             ++sameClass;
         }
-        if (sameClass >= maximumSinksOfOneClass)
+        if (sameClass >= maximumSinksOfOneClass && !removeForwardersToNobody())
             throw LogSvcError(outOfRange);
     }
     if (typeCode == static_cast<std::uint32_t>(SinkType::Forwarder) && isOwnAddress(argumentText))
@@ -207,6 +208,20 @@ bool LogMessageListener::removeSink(std::uint32_t typeCode, std::string_view arg
         return false;
     sinks_.erase(found);
     return true;
+}
+
+/// Viewers that were killed have never unsubscribed; when their places are needed they are looked
+/// for. True if there were any.
+bool LogMessageListener::removeForwardersToNobody()
+{
+    const auto gone = std::remove_if(
+        sinks_.begin(), sinks_.end(), [](const std::shared_ptr<LogMessageSink>& sink) {
+            const auto* forwarder = dynamic_cast<const LogMessageSinkForwarder*>(sink.get());
+            return forwarder != nullptr && forwarder->isDestinationGone();
+        });
+    const bool any = gone != sinks_.end();
+    sinks_.erase(gone, sinks_.end());
+    return any;
 }
 
 /// True if a datagram to that address comes back to this server's own socket.

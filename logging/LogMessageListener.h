@@ -20,8 +20,9 @@ class LogMessageListener : public LogProtoServer<LogMsgProtocol>
 {
 public:
     /// As many sinks of one class as requests can add: whoever can send a datagram must not be able
-    /// to grow the program without bound. A further request fails with "The command packet data are
-    /// out of range".
+    /// to grow the program without bound. For one more, forwarders to
+    /// ports that nobody has any more are removed; when there are none the request fails with "The
+    /// command packet data are out of range".
     static constexpr std::size_t maximumSinksOfOneClass = 64;
 
     /// `firstNumber` is the number before that of the first container, for tests of the wrap.
@@ -50,6 +51,7 @@ private:
                        bool numbered);
     void deliver(const std::uint8_t* payload, std::size_t length, bool secondary, bool numbered);
     void replay(const ReplayRequest& request, std::string_view addressText);
+    bool removeForwardersToNobody();
     bool isOwnAddress(std::string_view addressText) const;
 
     SinkList sinks_;

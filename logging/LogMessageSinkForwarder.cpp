@@ -31,4 +31,12 @@ std::string LogMessageSinkForwarder::argumentText() const
     return socketAddressText(client_.server());
 }
 
+bool LogMessageSinkForwarder::isDestinationGone() const
+{
+    const Packet nothing =
+        makeRequest(magicLogMessage, static_cast<std::uint16_t>(LogMessageCommand::NoOperation),
+                    nullptr, 0, flagNoAcknowledge);
+    return platform::isNobodyThere(client_.server(), nothing.bytes(), nothing.size());
+}
+
 } // namespace zuLogging

@@ -28,6 +28,10 @@ public:
     /// The destination.
     std::string argumentText() const override;
 
+    /// True if the system says that nobody listens at the destination any more. Sends a command
+    /// there that does nothing.
+    bool isDestinationGone() const;
+
 private:
     LogClient client_;
 };

@@ -17,6 +17,8 @@ namespace {
 
 constexpr int socketBufferSize = 0x20000;
 constexpr std::chrono::milliseconds idlePeriod(2000);
+/// More than the socket's receive buffer holds.
+constexpr int maximumLastBatches = 64;
 
 constexpr char malformedPacket[] = "Received malformed input packet";
 
@@ -131,15 +133,30 @@ void LogProtoServer<Protocol>::run()
         if (failuresInARow > 3)
             std::this_thread::sleep_for(std::chrono::milliseconds(100));
     }
+    // What had arrived before the stop is not thrown away; a sender that never rests ends here.
+    for (int batches = 0; batches < maximumLastBatches; ++batches)
+        if (socket_.receive(buffers_->arrived) != platform::ReceiveResult::Datagram ||
+            handleBatch() < batchCapacity)
+            break;
+}
+
+/// Handles what the last receive brought; returns how many datagrams that were.
+template <class Protocol>
+std::size_t LogProtoServer<Protocol>::handleBatch()
+{
+    const platform::DatagramBatch& batch = buffers_->arrived;
+    const std::size_t count = batch.size();
+    for (std::size_t i = 0; i < count; ++i)
+        handle(batch.data(i), batch.length(i), batch.sender(i));
+    return count;
 }
 
 /// Handles everything that has arrived. False when the socket failed.
 template <class Protocol>
 bool LogProtoServer<Protocol>::receiveArrived()
 {
-    platform::DatagramBatch& batch = buffers_->arrived;
     while (running_.load()) {
-        switch (socket_.receive(batch)) {
+        switch (socket_.receive(buffers_->arrived)) {
         case platform::ReceiveResult::Datagram:
             break;
         case platform::ReceiveResult::WouldBlock:
@@ -148,11 +165,8 @@ bool LogProtoServer<Protocol>::receiveArrived()
             traceFailure("recv", platform::lastSocketErrorText().c_str());
             return false;
         }
-        const std::size_t count = batch.size();
-        for (std::size_t i = 0; i < count; ++i)
-            handle(batch.data(i), batch.length(i), batch.sender(i));
         // The wait tells sooner than another empty receive that nothing more is there.
-        if (count < batchCapacity)
+        if (handleBatch() < batchCapacity)
             return true;
     }
     return true;

@@ -45,8 +45,8 @@ public:
     /// log server socket".
     SocketAddress boundAddress() const;
 
-    /// Ends the receiving thread and closes the socket; harmless when called again. A packet that
-    /// is being processed is finished first.
+    /// Ends the receiving thread and closes the socket; harmless when called again. Packets that
+    /// had arrived are processed first, as far as a full socket buffer holds them.
     void stop();
 
 protected:
@@ -82,6 +82,7 @@ private:
 
     void run();
     bool receiveArrived();
+    std::size_t handleBatch();
     void handle(const std::uint8_t* datagram, std::size_t length,
                 const std::optional<SocketAddress>& sender);
     void dispatch(const Packet& request, std::size_t length, Packet& acknowledge);

@@ -11,8 +11,14 @@ namespace zuLogging {
 class LogSvcError : public std::exception
 {
 public:
-    explicit LogSvcError(const char* text) : text_(text) {}
-    explicit LogSvcError(std::string text) : text_(std::move(text)) {}
+    explicit LogSvcError(const char* text)
+        : text_(text)
+    {
+    }
+    explicit LogSvcError(std::string text)
+        : text_(std::move(text))
+    {
+    }
 
     const char* what() const noexcept override { return text_.c_str(); }
 

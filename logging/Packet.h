@@ -27,7 +27,8 @@ inline constexpr std::size_t packetHeaderSize = 12;
 inline constexpr std::size_t maximumPayload = 1388;
 inline constexpr std::size_t maximumPacket = packetHeaderSize + maximumPayload;
 
-enum class PacketStatus : std::uint16_t {
+enum class PacketStatus : std::uint16_t
+{
     Success = 0,
     BadPacket = 1, ///< unknown command, or packet size mismatch
     Failed = 3,    ///< negative acknowledge
@@ -35,7 +36,8 @@ enum class PacketStatus : std::uint16_t {
 };
 
 /// Commands of the log client protocol (magic 0xACCA).
-enum class LogClientCommand : std::uint16_t {
+enum class LogClientCommand : std::uint16_t
+{
     ReadPiece = 17,
     WritePiece = 18,
     CreateBuffer = 19,
@@ -48,7 +50,8 @@ enum class LogClientCommand : std::uint16_t {
 };
 
 /// Commands of the log message protocol (magic 0xADDA).
-enum class LogMessageCommand : std::uint16_t {
+enum class LogMessageCommand : std::uint16_t
+{
     Message = 257,
     SecondaryMessage = 258,
     NoOperation = 273,

@@ -22,6 +22,10 @@ std::optional<std::uint64_t> readPidFile(const std::string& path);
 /// Replaces `path` by a file with this process's number. False, with `error` filled, on failure.
 bool writePidFile(const std::string& path, std::string& error);
 
+/// From now on a write to a pipe that nobody reads any more is an error of that write and no longer
+/// the end of the process.
+void ignoreBrokenPipes();
+
 /// Runs `onRequest` (once, on a thread of its own) when the system asks the process to end
 /// (SIGTERM, SIGINT). Make it before any other thread is started, so that all of them leave these
 /// signals alone. The destructor ends the thread.

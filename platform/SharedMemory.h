@@ -9,7 +9,8 @@
 
 namespace zuLogging::platform {
 
-enum class SharedMemoryStatus {
+enum class SharedMemoryStatus
+{
     Ok,
     NotFound, ///< no object of that name can be opened
     Failed    ///< it is there but cannot be mapped or read; `error` tells why
@@ -34,7 +35,12 @@ SharedMemoryContents readSharedMemory(const std::string& name, std::size_t limit
 class SharedMemoryPublisher
 {
 public:
-    enum class Result { Published, NameInUse, Failed };
+    enum class Result
+    {
+        Published,
+        NameInUse,
+        Failed
+    };
 
     SharedMemoryPublisher() = default;
     ~SharedMemoryPublisher();

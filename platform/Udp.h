@@ -29,7 +29,12 @@ struct SocketAddress
 /// 127.0.0.1
 inline constexpr std::uint32_t loopbackAddress = 0x7F000001U;
 
-enum class SocketLibraryState { Ready, StartupFailed, VersionNotSupported };
+enum class SocketLibraryState
+{
+    Ready,
+    StartupFailed,
+    VersionNotSupported
+};
 
 /// One start-up and one clean-up of the system's socket library. On systems that need neither
 /// (Linux) `acquire` answers Ready and `release` does nothing.
@@ -62,9 +67,16 @@ private:
     int handle_ = -1; ///< -1: the system had none to give; waits then last their full time
 };
 
-enum class WaitResult { Readable, TimedOut, Woken, Failed };
+enum class WaitResult
+{
+    Readable,
+    TimedOut,
+    Woken,
+    Failed
+};
 
-enum class ReceiveResult {
+enum class ReceiveResult
+{
     Datagram,
     WouldBlock, ///< nothing has arrived
     Failed
@@ -146,5 +158,9 @@ private:
     struct Buffers;
     std::unique_ptr<Buffers> buffers_;
 };
+
+/// True if the system says at once that nobody has a socket at `destination`, as it does for the
+/// ports of this machine. Sends the datagram there to find out. False where it does not tell.
+bool isNobodyThere(const SocketAddress& destination, const void* data, std::size_t length);
 
 } // namespace zuLogging::platform

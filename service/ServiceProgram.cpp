@@ -92,6 +92,8 @@ int fail(std::ostream& err, ServiceExit status, const std::string& text)
 
 int serve(std::ostream& out, std::ostream& err)
 {
+    // Whoever started the service may stop reading what it says; sinks write there as well.
+    platform::ignoreBrokenPipes();
     Event ending;
     const platform::TerminationWatcher watcher([&ending] { ending.set(); });
     const LimitedTrace trace(err);

@@ -158,9 +158,15 @@ void LogContainer::stopLogging()
         over = !hasLivingWorker();
         if (over)
             clearFlags();
+        if (listener)
+            ++releasing_;
     }
     wakeWorkers();
-    listener.reset(); // not under the lock: it may take a second
+    if (listener) {
+        listener.reset(); // not under the lock: it may take a second
+        --releasing_;
+        wakeWorkers();
+    }
     if (over)
         Q_EMIT stopLoggingDone();
 }
@@ -277,13 +283,13 @@ void LogContainer::processMessages(Worker& self)
 
 bool LogContainer::isOver() const
 {
-    return (stopRequested_ && queueSize() == 0) || shuttingDown_ || !active_;
+    return (stopRequested_ && releasing_ == 0 && queueSize() == 0) || shuttingDown_ || !active_;
 }
 
 void LogContainer::waitForMessages()
 {
     boost::unique_lock<boost::mutex> lock(queueLock_);
-    if (!queue_.empty() || stopRequested_ || shuttingDown_ || !active_)
+    if (!queue_.empty() || (stopRequested_ && releasing_ == 0) || shuttingDown_ || !active_)
         return;
     ++waitingWorkers_;
     // Woken by many messages, a stop or the end; a wake-up without cause makes an early round.
@@ -310,6 +316,7 @@ void LogContainer::moveMessages()
 void LogContainer::fillUp(int room)
 {
     const Messages messages = takeMessages(room);
+    movedMessages_ += messages.size();
     if (fullModel_)
         fullModel_->addMessages(messages);
     if (filtering_ && filteredModel_)
@@ -319,6 +326,7 @@ void LogContainer::fillUp(int room)
 void LogContainer::exchange(int count)
 {
     const Messages messages = takeMessages(count);
+    movedMessages_ += messages.size();
     std::vector<int> removed(messages.size(), 0);
     const auto exchangeFull = [&] {
         if (fullModel_)

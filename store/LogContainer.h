@@ -79,6 +79,8 @@ public:
     std::shared_ptr<LogMessage> takeMessage();
     /// Any thread.
     std::size_t queueSize() const;
+    /// Records moved from the queue to the full model since the store was made. Any thread.
+    std::uint64_t movedMessages() const { return movedMessages_; }
 
     int maximumMessages() const { return maximumMessages_; }
     void setMaximumMessages(int count) { maximumMessages_ = count; }
@@ -149,6 +151,7 @@ private:
 
     std::shared_ptr<LogMessageListener> listener_; ///< under runLock_
     std::list<Worker> workers_;                    ///< under runLock_; joined before they leave it
+    std::atomic<int> releasing_{0}; ///< listeners on their way out: they may still hand over
     LogTableModel* fullModel_ = nullptr;
     LogTableModel* filteredModel_ = nullptr;
     mutable boost::mutex runLock_;
@@ -161,6 +164,7 @@ private:
     int waitingWorkers_ = 0;                        ///< under queueLock_
     std::deque<std::shared_ptr<LogMessage>> queue_; ///< oldest first; under queueLock_
     QString errorText_;
+    std::atomic<std::uint64_t> movedMessages_{0};
     std::atomic<int> maximumMessages_{100000};
     MessageFilter filter_; ///< written by the GUI thread under filterLock_
     std::atomic<bool> filtering_{false};

@@ -834,7 +834,6 @@ void LogTableModel::setColumns(const QList<int>& fields)
 
 void LogTableModel::announceChanges()
 {
-    Q_EMIT layoutAboutToBeChanged();
     RowShifts shifts;
     int count = 0;
     {
@@ -843,6 +842,18 @@ void LogTableModel::announceChanges()
             std::swap(shifts, rows_->shifts);
         rows_->shifts.clear();
         count = rows_->count();
+    }
+    // No layoutAboutToBeChanged: it would have every selection write down each of its cells, which
+    // takes a second for 100,000 selected rows. Selections hold the corners of ranges only, and so
+    // move with them, provided that no range begins in rows that are gone: those are told first.
+    if (!shifts.isEmpty()) {
+        int last = -1;
+        const QModelIndexList corners = persistentIndexList();
+        for (const QModelIndex& index : corners)
+            last = std::max(last, index.row());
+        const int gone = shifts.firstRowsGone(last + 1);
+        if (gone > 0)
+            Q_EMIT firstRowsGone(gone);
     }
     const QModelIndexList held = persistentIndexList();
     QModelIndexList before;

@@ -114,6 +114,11 @@ public:
     /// The time stamp of stored row 0, if there is one. Any thread.
     bool firstTimestamp(std::uint64_t& timestamp) const;
 
+Q_SIGNALS:
+    /// The first `count` rows of those announced before are no longer there. Emitted while their
+    /// indexes are still valid, so that a selection that begins in them can let go of them.
+    void firstRowsGone(int count);
+
 private:
     struct Rows;
 

@@ -298,6 +298,8 @@ void LogMessageView::setUpTable()
 
 void LogMessageView::makeConnections()
 {
+    for (LogTableModel* model : {fullModel_, filteredModel_})
+        connect(model, &LogTableModel::firstRowsGone, this, &LogMessageView::deselectFirstRows);
     connect(updateTimer_, SIGNAL(timeout()), this, SLOT(updateView()));
     connect(filterBox_, SIGNAL(stateChanged(int)), this, SLOT(enableFilter(int)));
     connect(filterDialog_, SIGNAL(accepted()), this, SLOT(setFilter()));
@@ -317,6 +319,31 @@ void LogMessageView::makeConnections()
     connect(table_->horizontalHeader(), SIGNAL(sectionResized(int, int, int)), this,
             SLOT(horizontalHeaderChanged(int, int, int)));
     connect(this, SIGNAL(autoScroll()), this, SLOT(moveScrollBarToBottom()), Qt::UniqueConnection);
+}
+
+/// A selected range whose first rows are gone goes on with the rest.
+void LogMessageView::deselectFirstRows(int count)
+{
+    QItemSelectionModel* selection = table_->selectionModel();
+    if (sender() != table_->model() || !selection->hasSelection())
+        return;
+    if (table_->model()->rowCount() == 0) {
+        selection->clear();
+        return;
+    }
+    const QItemSelection selected = selection->selection();
+    QItemSelection gone;
+    for (const QItemSelectionRange& range : selected) {
+        if (range.top() >= count)
+            continue;
+        const QModelIndex lastGone = range.topLeft().sibling(count - 1, range.right());
+        const bool whole = range.bottom() < count || !lastGone.isValid();
+        gone.append(QItemSelectionRange(range.topLeft(),
+                                        whole ? QModelIndex(range.bottomRight()) : lastGone));
+    }
+    selection->select(gone, QItemSelectionModel::Deselect);
+    // The model notes a deselection beside the ranges; the next command works it into them.
+    selection->select(QItemSelection(), QItemSelectionModel::Select);
 }
 
 LogTableModel* LogMessageView::shownModel() const
@@ -369,7 +396,14 @@ void LogMessageView::fitColumns()
 {
     table_->setTextElideMode(Qt::ElideNone);
     table_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
+    columnsFitRows_ = shownModel()->rowCount() > 0;
+    // A stretched last column gets what the others leave, be it too little for its text: once there
+    // are texts it is stretched only where that makes it wider.
+    QHeaderView* header = table_->horizontalHeader();
+    header->setStretchLastSection(false);
     table_->resizeColumnsToContents();
+    header->setStretchLastSection(!columnsFitRows_ ||
+                                  header->length() < table_->viewport()->width());
 }
 
 void LogMessageView::applyRememberedWidths()
@@ -466,6 +500,7 @@ void LogMessageView::stopLoggingClicked()
     const bool underWay = isStopping();
     const bool stopEnabled = stopButton_->isEnabled();
     stopButton_->setEnabled(false);
+    tellHostButtonStates();
     showStatus(tr("Logging stopped. Waiting for queue..."));
     if (underWay)
         return;
@@ -476,6 +511,7 @@ void LogMessageView::stopLoggingClicked()
         stopThread_ = boost::thread([store = store_] { store->stopLogging(); });
     } catch (...) {
         stopButton_->setEnabled(stopEnabled);
+        tellHostButtonStates();
         setWaitingForStop(false);
         throw;
     }
@@ -501,6 +537,11 @@ void LogMessageView::updateViewAfterStop()
 void LogMessageView::updateView()
 {
     shownModel()->announceChanges();
+    // The first rows find columns that fit the headers only, unless the last run's widths are
+    // known.
+    if (!columnsFitRows_ && ViewSettings::instance().columnWidths.isEmpty() &&
+        shownModel()->rowCount() > 0)
+        fitColumns();
     countLabel_->setText(QString::number(fullModel_->rowCount()));
     if (store_->showFiltered())
         filteredLabel_->setText(QString::number(filteredModel_->rowCount()));

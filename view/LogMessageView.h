@@ -118,6 +118,7 @@ private:
     void setUpTable();
     void makeConnections();
 
+    void deselectFirstRows(int count);
     void showModel(LogTableModel* model);
     void applyRowHeights();
     void fitColumns();
@@ -161,6 +162,7 @@ private:
     QAction* clearAction_ = nullptr;
     QAction* copyAllAction_ = nullptr;
     QAction* copyAction_ = nullptr;
+    bool columnsFitRows_ = false; ///< the columns were fitted when there were rows
     bool autoScroll_;
     bool showLineNumbers_ = true;
     bool resizeRows_ = false;

@@ -214,4 +214,11 @@ TerminationWatcher::~TerminationWatcher()
     // The signals stay blocked: a second request must not cut the end of the process short.
 }
 
+void ignoreBrokenPipes()
+{
+    struct sigaction action = {};
+    action.sa_handler = SIG_IGN;
+    sigaction(SIGPIPE, &action, nullptr);
+}
+
 } // namespace zuLogging::platform

@@ -377,4 +377,21 @@ bool UdpSocket::send(const void* data, std::size_t length, const SocketAddress& 
     }
 }
 
+bool isNobodyThere(const SocketAddress& destination, const void* data, std::size_t length)
+{
+    // A connected socket is told what became of its datagrams; on the loopback, before the send
+    // returns.
+    UdpSocket socket;
+    const sockaddr_in system = toSystem(destination);
+    if (!socket.open() ||
+        ::connect(socket.handle(), reinterpret_cast<const sockaddr*>(&system), sizeof system) != 0)
+        return false;
+    if (::send(socket.handle(), data, length, MSG_NOSIGNAL | MSG_DONTWAIT) < 0)
+        return errno == ECONNREFUSED;
+    int code = 0;
+    socklen_t codeLength = sizeof code;
+    return ::getsockopt(socket.handle(), SOL_SOCKET, SO_ERROR, &code, &codeLength) == 0 &&
+           code == ECONNREFUSED;
+}
+
 } // namespace zuLogging::platform

@@ -409,20 +409,41 @@ TEST_F(LogMessageListenerTest, RequestsCannotAddMoreThan64ForwardersAndAFreedPla
 {
     const ListenerUnderTest listener({sink, second});
     ASSERT_EQ(LogMessageListener::maximumSinksOfOneClass, 64U);
+    std::vector<std::unique_ptr<UdpPeer>> viewers;
+    for (int i = 0; i < 65; ++i)
+        viewers.push_back(std::make_unique<UdpPeer>());
+    const auto request = [&](std::uint16_t code, int viewer) {
+        return command(
+            code, typeAndText(
+                      4, socketAddressText(viewers[static_cast<std::size_t>(viewer)]->address())));
+    };
     for (int i = 0; i < 64; ++i)
-        ASSERT_EQ(
-            statusOf(listener, command(289, typeAndText(4, "127.0.0.1:" + std::to_string(1 + i)))),
-            0);
+        ASSERT_EQ(statusOf(listener, request(289, i)), 0);
     EXPECT_EQ(listener.sinkCount(), 66U);
-    EXPECT_EQ(statusOf(listener, command(289, typeAndText(4, "127.0.0.1:100"))), 3);
-    EXPECT_EQ(statusOf(listener, command(292, textBytes("127.0.0.1:100"))), 3);
-    EXPECT_EQ(trace.count(std::string(negative) + "The command packet data are out of range"), 2U);
+    EXPECT_EQ(statusOf(listener, request(289, 64)), 3);
+    EXPECT_EQ(trace.count(std::string(negative) + "The command packet data are out of range"), 1U);
     EXPECT_EQ(listener.sinkCount(), 66U);
     // One that is there already is no further one.
-    EXPECT_EQ(statusOf(listener, command(289, typeAndText(4, "127.0.0.1:64"))), 0);
-    EXPECT_EQ(statusOf(listener, command(290, typeAndText(4, "127.0.0.1:1"))), 0);
-    EXPECT_EQ(statusOf(listener, command(289, typeAndText(4, "127.0.0.1:100"))), 0);
+    EXPECT_EQ(statusOf(listener, request(289, 63)), 0);
+    EXPECT_EQ(statusOf(listener, request(290, 0)), 0);
+    EXPECT_EQ(statusOf(listener, request(289, 64)), 0);
     EXPECT_EQ(listener.sinkCount(), 66U);
+}
+
+TEST_F(LogMessageListenerTest, ThePlacesOfKilledViewersAreUsedAgainWhenTheyAreNeeded)
+{
+    const ListenerUnderTest listener({sink});
+    std::vector<std::unique_ptr<UdpPeer>> viewers;
+    for (int i = 0; i < 64; ++i) {
+        viewers.push_back(std::make_unique<UdpPeer>());
+        const std::string text = socketAddressText(viewers.back()->address());
+        ASSERT_EQ(statusOf(listener, command(289, typeAndText(4, text))), 0);
+    }
+    viewers.resize(2); // the other 62 are gone without a word
+    const UdpPeer another;
+    EXPECT_EQ(
+        statusOf(listener, command(289, typeAndText(4, socketAddressText(another.address())))), 0);
+    EXPECT_EQ(listener.sinkCount(), 4U);
 }
 
 TEST_F(LogMessageListenerTest, AListenerDoesNotForwardToItself)

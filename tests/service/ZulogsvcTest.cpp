@@ -12,10 +12,14 @@
 #include "tests/support/TestEnvironment.h"
 
 #include <QFile>
+#include <QProcess>
 
 #include <gtest/gtest.h>
 
 #include <random>
+
+#include <signal.h>
+#include <sys/types.h>
 
 namespace zuLogging {
 namespace {
@@ -188,6 +192,32 @@ TEST(Zulogsvc, AnswersAfterGarbage)
     }
     EXPECT_TRUE(answers(service.address()));
     EXPECT_EQ(service.terminate(), 0);
+}
+
+TEST(Zulogsvc, GoesOnWhenNobodyReadsItsStandardOutputAnyMore)
+{
+    QProcess shell; // head reads the ready line and ends, and the pipe with it
+    shell.start(QStringLiteral("sh"), {QStringLiteral("-c"), QStringLiteral("\"$0\" | head -n 1"),
+                                       test::programPath(QStringLiteral("zulogsvc"))});
+    ASSERT_TRUE(test::waitFor([&] { return shell.canReadLine(); }));
+    const platform::SocketAddress address = readConnectionInfo();
+    const auto pid = platform::readPidFile(pidFilePath().toStdString());
+    ASSERT_TRUE(pid.has_value());
+
+    constexpr std::uint32_t coutType = 1;
+    test::RawPeer peer;
+    const auto added = peer.ask(address, magicLogMessage, 289, test::sinkPayload(coutType, ""));
+    ASSERT_TRUE(added && added->status == 0);
+    for (std::uint64_t number = 1; number <= 20; ++number) {
+        const auto container = test::sampleContainer(number);
+        const std::string_view payload(reinterpret_cast<const char*>(container.data()),
+                                       container.size());
+        ASSERT_TRUE(peer.ask(address, magicLogMessage, 257, payload)) << number;
+    }
+    EXPECT_TRUE(answers(address));
+    ::kill(static_cast<pid_t>(*pid), SIGTERM);
+    EXPECT_TRUE(shell.waitForFinished(10000));
+    EXPECT_FALSE(recordExists());
 }
 
 } // namespace

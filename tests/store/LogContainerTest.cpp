@@ -916,6 +916,23 @@ TEST(LogContainerWithService, TwentyThousandMessagesArriveAllAndInOrder)
     EXPECT_EQ(desk.full.rowCount(), static_cast<int>(total));
 }
 
+// Until the service has acknowledged the end of the subscription it sends; what it has sent by then
+// lies in the socket, or waits for the sink, when the run ends.
+TEST(LogContainerWithService, WhatTheServiceSentBeforeTheStopWasAcknowledgedIsShown)
+{
+    ServiceStandIn service;
+    constexpr int count = 100; // less than the socket's buffer holds
+    for (int round = 0; round < 20; ++round) {
+        RealDesk desk;
+        ASSERT_TRUE(desk.store->startLogging(false));
+        Sender sender(service.boundAddress());
+        for (int i = 1; i <= count; ++i)
+            sender.send(static_cast<std::uint64_t>(i));
+        EXPECT_TRUE(desk.stop());
+        ASSERT_EQ(desk.full.rowCount(), count) << "round " << round;
+    }
+}
+
 TEST(LogContainerWithService, AHundredStartsAndStopsLeaveEveryRunUsable)
 {
     ServiceStandIn service;

@@ -335,13 +335,50 @@ TEST_F(LogMessageViewLayoutTest, ColumnsAreFittedToTheirContentsOnEveryResize)
     open(nullptr, true);
     view->fullModel()->addMessage(message(1, "x", LogLevel::Info, QString(60, 'W')));
     view->updateView();
-    const int before = view->table()->columnWidth(0);
+    const int fitting = view->table()->columnWidth(0);
+    view->table()->setColumnWidth(0, fitting / 2);
     window->resize(900, 500);
-    EXPECT_TRUE(waitFor([&] { return view->table()->columnWidth(0) > before; }));
+    EXPECT_TRUE(waitFor([&] { return view->table()->columnWidth(0) == fitting; }));
     EXPECT_EQ(view->table()->horizontalScrollBarPolicy(), Qt::ScrollBarAlwaysOn);
     view->table()->setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
     view->table()->setColumnWidth(0, 33);
     EXPECT_EQ(view->table()->horizontalScrollBarPolicy(), Qt::ScrollBarAlwaysOn);
+}
+
+TEST_F(LogMessageViewLayoutTest, TheFirstRowsFitTheColumnsOnce)
+{
+    ViewSettings::instance().setColumnLayout({FieldModule, FieldGroupName, FieldLogMessage});
+    open(nullptr, true);
+    const int header = view->table()->columnWidth(0);
+    view->fullModel()->addMessage(
+        message(1, "x", LogLevel::Info, QStringLiteral("a module with a long name of its own")));
+    view->updateView();
+    const int fitting = view->table()->columnWidth(0);
+    EXPECT_GT(fitting, header);
+    view->table()->setColumnWidth(0, 50); // whoever changes a width keeps it
+    view->fullModel()->addMessage(message(2, "y"));
+    view->updateView();
+    EXPECT_EQ(view->table()->columnWidth(0), 50);
+}
+
+TEST_F(LogMessageViewLayoutTest, TheFirstRowsLeaveTheWidthsOfTheLastRunAlone)
+{
+    ViewSettings::instance().setColumnLayout({FieldModule, FieldGroupName, FieldLogMessage});
+    ViewSettings::instance().columnWidths = {{0, 77}, {1, 88}};
+    open(nullptr, true);
+    view->fullModel()->addMessage(
+        message(1, "x", LogLevel::Info, QStringLiteral("a module with a long name of its own")));
+    view->updateView();
+    EXPECT_EQ(view->table()->columnWidth(0), 77);
+}
+
+TEST_F(LogMessageViewLayoutTest, ALastColumnWiderThanTheTableIsNotCutByStretchingIt)
+{
+    ViewSettings::instance().setColumnLayout({FieldModule, FieldLogMessage});
+    open(nullptr, true);
+    view->fullModel()->addMessage(message(1, QString(400, 'W')));
+    view->updateView();
+    EXPECT_GT(view->table()->columnWidth(1), view->table()->viewport()->width());
 }
 
 TEST_F(LogMessageViewLayoutTest, ColumnWidthsSurviveARestart)

@@ -12,6 +12,9 @@
 #include <QToolBar>
 #include <QToolTip>
 
+#include <algorithm>
+#include <limits>
+
 namespace zuLogging::test {
 namespace {
 
@@ -275,6 +278,62 @@ TEST_F(LogMessageViewTest, TheSelectionStaysWithItsMessageWhileRowsCome)
     addNumbered(100);
     ASSERT_EQ(view->table()->selectionModel()->selectedRows().size(), 1);
     EXPECT_EQ(view->table()->selectionModel()->selectedRows()[0].row(), 1);
+}
+
+TEST_F(LogMessageViewTest, TheSelectionStaysWithItsMessagesWhenTheOldestRowsLeave)
+{
+    open();
+    addNumbered(100);
+    QItemSelectionModel* selection = view->table()->selectionModel();
+    const auto select = [&](int first, int last) {
+        selection->select(
+            QItemSelection(view->fullModel()->index(first, 0), view->fullModel()->index(last, 11)),
+            QItemSelectionModel::Select);
+    };
+    select(2, 4);   // leaves whole
+    select(8, 12);  // leaves in part
+    select(50, 52); // stays
+    view->fullModel()->removeOldest(10);
+    view->updateView();
+    QList<int> rows;
+    for (const QModelIndex& index : selection->selectedRows())
+        rows.append(index.row());
+    std::sort(rows.begin(), rows.end());
+    EXPECT_EQ(rows, (QList<int>{0, 1, 2, 40, 41, 42}));
+}
+
+TEST_F(LogMessageViewTest, NothingStaysSelectedWhenAllRowsLeave)
+{
+    open();
+    addNumbered(5);
+    view->table()->selectAll();
+    view->fullModel()->removeOldest(5);
+    view->updateView();
+    EXPECT_FALSE(view->table()->selectionModel()->hasSelection());
+}
+
+// A selection that wrote down each of its cells at every refresh would need some hundred times the
+// time of one without.
+TEST_F(LogMessageViewTest, ManySelectedRowsDoNotMakeARefreshSlow)
+{
+    open();
+    addNumbered(50000);
+    const auto refreshTime = [&] {
+        qint64 best = std::numeric_limits<qint64>::max();
+        for (int i = 0; i < 5; ++i) {
+            QElapsedTimer timer;
+            timer.start();
+            view->fullModel()->removeOldest(10);
+            view->updateView();
+            best = std::min(best, timer.nsecsElapsed());
+        }
+        return best;
+    };
+    const qint64 without = refreshTime();
+    view->table()->selectionModel()->select(
+        QItemSelection(view->fullModel()->index(20, 0), view->fullModel()->index(40000, 11)),
+        QItemSelectionModel::Select);
+    EXPECT_LT(refreshTime(), 20 * without);
 }
 
 // --- Clear
