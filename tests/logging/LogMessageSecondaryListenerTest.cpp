@@ -160,10 +160,12 @@ TEST_F(LogMessageSecondaryListenerTest, ReceivesWhatTheServiceForwardsWithoutNum
 
 TEST_F(LogMessageSecondaryListenerTest, WithoutAServiceItSaysSoAndNothingStaysRunning)
 {
-    const int before = threads();
     EXPECT_EQ(errorOf({sink}), "Failed to connect to the shared memory with connection info: "
                                "Shared memory error");
-    EXPECT_EQ(threads(), before);
+    // Counted from the second time on: with the first thread a sanitizer may start one of its own.
+    const int before = threads();
+    EXPECT_NE(errorOf({sink}), "");
+    EXPECT_TRUE(test::waitFor([&] { return threads() <= before; }));
     EXPECT_EQ(sink.use_count(), 1);
 }
 
@@ -171,13 +173,13 @@ TEST_F(LogMessageSecondaryListenerTest, ARefusedSubscriptionThrowsAndNothingStay
 {
     const FakeService service(true);
     publish(service.boundAddress());
-    const int before = threads();
     EXPECT_EQ(errorOf({sink}), "The command was not successful (negative acknowledge received)");
+    const int before = threads();
     EXPECT_EQ(errorOf({sink}, true),
               "The command was not successful (negative acknowledge received)");
     // Nothing more is tried after the refusal.
     EXPECT_EQ(service.requests().size(), 2U);
-    EXPECT_EQ(threads(), before);
+    EXPECT_TRUE(test::waitFor([&] { return threads() <= before; }));
     EXPECT_EQ(sink.use_count(), 1);
 }
 
