@@ -4,15 +4,15 @@
 #include "logging/Packet.h"
 #include "logging/TimestampText.h"
 #include "platform/Udp.h"
+#include "tools/PacedSender.h"
 
 #include <cerrno>
-#include <chrono>
 #include <cstdlib>
 #include <string>
 #include <string_view>
 #include <sys/wait.h>
-#include <thread>
 #include <unistd.h>
+#include <vector>
 
 namespace zuLogging::benchmarks {
 
@@ -46,23 +46,12 @@ std::vector<std::uint8_t> typicalContainer(std::size_t size)
     Packet packet =
         makeRequest(magicLogMessage, static_cast<std::uint16_t>(LogMessageCommand::Message),
                     container.data(), container.size(), flagNoAcknowledge);
-    using Clock = std::chrono::steady_clock;
-    const auto start = Clock::now();
-    std::uint64_t sent = 0;
-    while (sent < load.count) {
-        const auto elapsed =
-            std::chrono::duration_cast<std::chrono::nanoseconds>(Clock::now() - start);
-        const auto due =
-            static_cast<std::uint64_t>(elapsed.count()) * load.ratePerSecond / 1000000000U + 1;
-        while (sent < due && sent < load.count) {
-            ++sent;
-            storeU64(packet.payload() + containerSourceMsgIdOffset, sent);
-            storeU64(packet.payload() + containerServiceMsgIdOffset, sent);
-            socket.send(packet.bytes(), packet.size(), load.destination);
-        }
-        // Short enough that what falls due meanwhile is far below the receiver's socket buffer.
-        std::this_thread::sleep_for(std::chrono::microseconds(250));
-    }
+    StoppableClock clock;
+    PacedSender(load.ratePerSecond, clock).run(load.count, [&](std::uint64_t number) {
+        storeU64(packet.payload() + containerSourceMsgIdOffset, number);
+        storeU64(packet.payload() + containerServiceMsgIdOffset, number);
+        socket.send(packet.bytes(), packet.size(), load.destination);
+    });
     std::_Exit(0);
 }
 

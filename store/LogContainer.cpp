@@ -246,14 +246,19 @@ std::shared_ptr<LogMessage> LogContainer::takeMessage()
 
 LogContainer::Messages LogContainer::takeMessages(int count)
 {
-    Messages taken;
-    const Lock lock(queueLock_);
-    const auto end =
-        queue_.begin() + static_cast<std::ptrdiff_t>(
-                             std::min(queue_.size(), static_cast<std::size_t>(std::max(count, 0))));
-    taken.assign(std::make_move_iterator(queue_.begin()), std::make_move_iterator(end));
-    queue_.erase(queue_.begin(), end);
-    return taken;
+    const auto wanted = static_cast<std::size_t>(std::max(count, 0));
+    std::deque<std::shared_ptr<LogMessage>> taken;
+    {
+        const Lock lock(queueLock_);
+        if (queue_.size() <= wanted) {
+            taken.swap(queue_); // the receiving thread never waits for more than this
+        } else {
+            const auto end = queue_.begin() + static_cast<std::ptrdiff_t>(wanted);
+            taken.assign(std::make_move_iterator(queue_.begin()), std::make_move_iterator(end));
+            queue_.erase(queue_.begin(), end);
+        }
+    }
+    return Messages(std::make_move_iterator(taken.begin()), std::make_move_iterator(taken.end()));
 }
 
 std::size_t LogContainer::queueSize() const
