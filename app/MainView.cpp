@@ -176,6 +176,10 @@ void MainView::createActions()
     stopAction_->setEnabled(false);
     resizeRowsAction_ = newSwitch(tr("Resize rows"), tr("Resizes the rows to contents"), false,
                                   &MainView::resizeRowsChanged);
+    saveJsonAction_ =
+        newCommand(tr("Save log as JSON..."), QStringLiteral(":/saveJSON.png"),
+                   tr("Save the complete log to JSON file"), &MainView::saveLogAsJSON);
+    saveJsonAction_->setShortcut(QKeySequence::Save);
     copyAction_ = newCommand(tr("Copy"), QStringLiteral(":/copySelection.png"),
                              tr("Copy selection to clipboard"), &MainView::selectionClipboard);
     copyAction_->setShortcut(QKeySequence::Copy);
@@ -188,7 +192,7 @@ void MainView::createActions()
 void MainView::createMenus()
 {
     QMenu* file = menuBar()->addMenu(tr("&File"));
-    file->addActions({saveViewAction_, clearAction_});
+    file->addActions({saveJsonAction_, saveViewAction_, clearAction_});
     file->addSeparator();
     file->addAction(exitAction_);
     menuBar()->addSeparator();
@@ -362,6 +366,12 @@ void MainView::updateView()
 {
     if (messageView_)
         messageView_->update();
+}
+
+void MainView::saveLogAsJSON()
+{
+    if (messageView_)
+        messageView_->saveLogMessagesToJSONClicked();
 }
 
 void MainView::messageViewClipboard()

@@ -64,6 +64,7 @@ public Q_SLOTS:
     void stopLogging();
     void resizeRowsChanged();
     void updateView();
+    void saveLogAsJSON();
     void messageViewClipboard();
     void selectionClipboard();
     /// "MAJOR.MINOR" of the product's version.
@@ -111,6 +112,7 @@ private:
     QAction* startAction_ = nullptr;
     QAction* stopAction_ = nullptr;
     QAction* resizeRowsAction_ = nullptr;
+    QAction* saveJsonAction_ = nullptr;
     QAction* copyAction_ = nullptr;
     QAction* copyAllAction_ = nullptr;
 

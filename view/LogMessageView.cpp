@@ -1,6 +1,7 @@
 #include "view/LogMessageView.h"
 
 #include "platform/ServiceControl.h"
+#include "store/JsonLogWriter.h"
 #include "store/LogContainer.h"
 #include "store/LogTableModel.h"
 #include "store/ViewSettings.h"
@@ -26,6 +27,7 @@
 #include <QMenu>
 #include <QMessageBox>
 #include <QResizeEvent>
+#include <QSaveFile>
 #include <QScrollBar>
 #include <QSignalBlocker>
 #include <QStatusBar>
@@ -242,6 +244,9 @@ void LogMessageView::buildToolbar()
     toolbar_->addWidget(makeToolButton(
         QStringLiteral("clearButton"), QStringLiteral(":/clearText.png"),
         tr("Clear the log window"), tr("Clear the log window"), SLOT(messageViewClearClicked())));
+    toolbar_->addWidget(makeToolButton(
+        QStringLiteral("jsonButton"), QStringLiteral(":/saveJSON.png"), tr("Save log as JSON..."),
+        tr("Save the complete log to JSON file"), SLOT(saveLogMessagesToJSONClicked())));
     toolbar_->addWidget(makeToolButton(
         QStringLiteral("copyButton"), QStringLiteral(":/copy.png"), tr("Copy current log view"),
         tr("Copy the current log view to clipboard (inclusive filter)"),
@@ -928,6 +933,34 @@ QString LogMessageView::selectedText() const
         }
     }
     return text;
+}
+
+void LogMessageView::saveLogMessagesToJSONClicked()
+{
+    if (store_->isActive()) {
+        QMessageBox::warning(this, tr("Save to JSON"),
+                             tr("Please stop the logging before saving to JSON file."));
+        return;
+    }
+    const QString path = QFileDialog::getSaveFileName(
+        this, tr("Save log file"), QStringLiteral("zulogsvc.json"), tr("JSON files (*.json)"));
+    if (path.isEmpty())
+        return;
+    const WaitCursor wait;
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Text))
+        return;
+    JsonLogWriter writer(file);
+    constexpr int atOnce = 1000;
+    for (int row = 0;; row += atOnce) {
+        const auto messages = fullModel_->messagesFrom(row, atOnce);
+        if (messages.empty())
+            break;
+        for (const std::shared_ptr<LogMessage>& message : messages)
+            writer.add(*message);
+    }
+    if (writer.finish())
+        file.commit();
 }
 
 void LogMessageView::selectionClipboardClicked()

@@ -84,6 +84,8 @@ public Q_SLOTS:
     void messageViewClearClicked();
     void messageViewSaveClicked();
     void messageViewClipboardClicked();
+    /// All messages of the full model, in their order of arrival. Refused while logging runs.
+    void saveLogMessagesToJSONClicked();
     void selectionClipboardClicked();
     void startLoggingClicked(bool replayLogHistory = false);
     /// Throws boost::thread_resource_error, in the state as before, when no thread can be started.

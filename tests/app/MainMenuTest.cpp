@@ -114,6 +114,8 @@ TEST_F(MainMenu, TheActionsAreThoseOfTheTableInItsOrder)
         {"Start logging", true, "Start logging", none, false, false, true},
         {"Stop logging", true, "Stop logging", none, false, false, false},
         {"Resize rows", false, "Resizes the rows to contents", none, true, false, true},
+        {"Save log as JSON...", true, "Save the complete log to JSON file",
+         QKeySequence(QKeySequence::Save), false, false, true},
         {"Copy", true, "Copy selection to clipboard", QKeySequence(QKeySequence::Copy), false,
          false, true},
         {"Copy all", true, "Copy current log view to clipboard",
@@ -151,6 +153,7 @@ TEST_F(MainMenu, EachIconIsTheOneOfItsCommand)
         {"Save log view...", ":/saveText.png"},
         {"Start logging", ":/startLogging.png"},
         {"Stop logging", ":/stopLogging.png"},
+        {"Save log as JSON...", ":/saveJSON.png"},
         {"Copy", ":/copySelection.png"},
         {"Copy all", ":/copy.png"},
     };
@@ -193,6 +196,7 @@ TEST_F(MainMenu, TheMenusHoldTheirEntriesInOrder)
     }
     const QStringList expected = {
         QStringLiteral("&File"),
+        QStringLiteral("  Save log as JSON..."),
         QStringLiteral("  Save log view..."),
         QStringLiteral("  Clear log"),
         QStringLiteral("  -"),
@@ -240,11 +244,12 @@ TEST_F(MainMenu, TheSlotsKeepTheirOrder)
         if (meta.method(i).methodType() == QMetaMethod::Slot)
             slotNames.append(QString::fromLatin1(meta.method(i).name()));
     EXPECT_EQ(slotNames.join(QLatin1Char(' ')),
-              QStringLiteral("about openHelp configViewChanged search filter autoScrollChanged "
-                             "clearLogMessages saveLogMessages userModeChanged expertModeChanged "
-                             "goToLine dateAndTimeChanged timeInSecondsChanged startLogging "
-                             "stopLogging resizeRowsChanged updateView messageViewClipboard "
-                             "selectionClipboard GetARZVersionString shutDown"));
+              QStringLiteral(
+                  "about openHelp configViewChanged search filter autoScrollChanged "
+                  "clearLogMessages saveLogMessages userModeChanged expertModeChanged "
+                  "goToLine dateAndTimeChanged timeInSecondsChanged startLogging "
+                  "stopLogging resizeRowsChanged updateView saveLogAsJSON messageViewClipboard "
+                  "selectionClipboard GetARZVersionString shutDown"));
 }
 
 TEST_F(MainMenu, StopLoggingStartsDisabledAndStartLoggingStartsEnabled)

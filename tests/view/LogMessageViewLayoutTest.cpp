@@ -93,7 +93,6 @@ struct Row
     const char* slot;
 };
 
-// Row 19 of the full toolbar, the JSON button, comes with the JSON file.
 const std::vector<Row> mainToolbar{
     {"label", "Logging", "", "", nullptr},
     {"button", ":/startLogging.png", "Start logging", "Start logging", SLOT(startLoggingClicked())},
@@ -114,6 +113,8 @@ const std::vector<Row> mainToolbar{
     {"spacer", "", "", "", nullptr},
     {"button", ":/clearText.png", "Clear the log window", "Clear the log window",
      SLOT(messageViewClearClicked())},
+    {"button", ":/saveJSON.png", "Save log as JSON...", "Save the complete log to JSON file",
+     SLOT(saveLogMessagesToJSONClicked())},
     {"button", ":/copy.png", "Copy current log view",
      "Copy the current log view to clipboard (inclusive filter)",
      SLOT(messageViewClipboardClicked())},
@@ -212,6 +213,7 @@ TEST_F(LogMessageViewLayoutTest, TheSlotsAreDeclaredInTheirOrder)
     EXPECT_EQ(methods.mid(2), (QStringList{"messageViewClearClicked()",
                                            "messageViewSaveClicked()",
                                            "messageViewClipboardClicked()",
+                                           "saveLogMessagesToJSONClicked()",
                                            "selectionClipboardClicked()",
                                            "startLoggingClicked(bool)",
                                            "startLoggingClicked()",

@@ -1,11 +1,16 @@
+#include "tests/store/ServiceStandIn.h"
 #include "tests/view/ViewTestSupport.h"
 
+#include <QCheckBox>
 #include <QClipboard>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFileDialog>
 #include <QItemSelectionModel>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QLineEdit>
 #include <QTemporaryDir>
 
@@ -24,17 +29,30 @@ protected:
     /// Answers the save dialog with `path`; with an empty one, cancels.
     void save(const QString& path)
     {
+        save(path, [this] { view->messageViewSaveClicked(); });
+    }
+    void saveJson(const QString& path)
+    {
+        save(path, [this] { view->saveLogMessagesToJSONClicked(); });
+    }
+    void save(const QString& path, const std::function<void()>& slot)
+    {
         caption.clear();
+        bool answered = false;
         QTimer timer;
         QObject::connect(&timer, &QTimer::timeout, [&] {
             if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
                 ++boxes;
-                box->reject();
+                if (QAbstractButton* replace = box->button(QMessageBox::Yes))
+                    replace->click();
+                else
+                    box->reject();
                 return;
             }
             auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
-            if (!dialog)
+            if (!dialog || answered)
                 return;
+            answered = true;
             caption = dialog->windowTitle();
             filters = dialog->nameFilters();
             proposed = dialog->selectedFiles();
@@ -43,10 +61,11 @@ protected:
                 return;
             }
             dialog->findChild<QLineEdit*>("fileNameEdit")->setText(path);
-            static_cast<QDialog*>(dialog)->accept();
+            // Later: the dialog may ask something, and then this timer is needed again.
+            QMetaObject::invokeMethod(dialog, "accept", Qt::QueuedConnection);
         });
         timer.start(5);
-        view->messageViewSaveClicked();
+        slot();
     }
     static QByteArray contents(const QString& path)
     {
@@ -218,6 +237,61 @@ TEST_F(LogTextExportTest, CopyingAMillionRowsIsNotQuadratic)
     const qint64 many = copyTime(1000000);
     // 20 times the rows: linear is 20, quadratic 400.
     EXPECT_LT(many / few, 100) << few << " ns and " << many << " ns";
+}
+
+// --- JSON
+
+TEST_F(LogTextExportTest, TheJsonFileHoldsEveryMessageOfTheFullModelInItsOrder)
+{
+    openWithColumns({FieldLogMessage});
+    for (int number = 1; number <= 2500; ++number)
+        view->fullModel()->addMessage(
+            message(number, QStringLiteral("text %1").arg(2500 - number)));
+    store->setFilter({"text 7"}, {}, {}, false, false);
+    view->findChild<QCheckBox*>("filterBox")->setChecked(true);
+    view->sortColumn(0);
+    QFile old(path("log.json"));
+    ASSERT_TRUE(old.open(QIODevice::WriteOnly));
+    old.write("what was there before is replaced");
+    old.close();
+    saveJson(path("log.json"));
+    EXPECT_EQ(boxes, 1); // whether the old file may go
+    EXPECT_EQ(caption, "Save log file");
+    EXPECT_EQ(filters, QStringList{"JSON files (*.json)"});
+    ASSERT_EQ(proposed.size(), 1);
+    EXPECT_TRUE(proposed[0].endsWith("/zulogsvc.json")) << proposed[0].toStdString();
+    const QJsonArray array = QJsonDocument::fromJson(contents(path("log.json"))).array();
+    ASSERT_EQ(array.size(), 2500);
+    for (int row = 0; row < array.size(); ++row) {
+        ASSERT_EQ(array[row].toObject()["ServiceMsgID"].toString(), QString::number(row + 1));
+        ASSERT_EQ(array[row].toObject()["LogMessage"].toString(),
+                  QStringLiteral("text %1").arg(2499 - row));
+    }
+}
+
+TEST_F(LogTextExportTest, ACancelledOrUnwritableJsonFileLeavesEverythingAsItWas)
+{
+    open();
+    view->fullModel()->addMessage(message(1, "text"));
+    saveJson(QString());
+    EXPECT_TRUE(QDir(directory.path()).isEmpty());
+    saveJson(path("no/such/folder/log.json"));
+    EXPECT_TRUE(QDir(directory.path()).isEmpty());
+}
+
+TEST_F(LogTextExportTest, WhileLoggingRunsTheJsonFileIsRefusedWithAWarning)
+{
+    open();
+    const ServiceStandIn service;
+    ASSERT_TRUE(store->startLogging(false));
+    const BoxAnswerer answerer;
+    view->saveLogMessagesToJSONClicked();
+    ASSERT_EQ(answerer.seen.size(), 1U);
+    EXPECT_EQ(answerer.seen[0].title, "Save to JSON");
+    EXPECT_EQ(answerer.seen[0].text, "Please stop the logging before saving to JSON file.");
+    EXPECT_EQ(answerer.seen[0].icon, QMessageBox::Warning);
+    store->stopLogging();
+    EXPECT_TRUE(waitFor([&] { return !store->isActive(); }));
 }
 
 } // namespace
