@@ -156,6 +156,9 @@ LogMessageView::~LogMessageView()
     ViewSettings& settings = ViewSettings::instance();
     if (settings.columnWidths != widths)
         settings.columnWidths = widths;
+    // The file keeps a width with its column's name: a layout that was never changed has names too.
+    if (settings.columnOrder.isEmpty())
+        settings.setColumnLayout(fullModel_->columns());
     settings.write();
 
     store_->setModels(nullptr, nullptr);

@@ -383,6 +383,19 @@ TEST_F(LogMessageViewLayoutTest, ALastColumnWiderThanTheTableIsNotCutByStretchin
     EXPECT_GT(view->table()->columnWidth(1), view->table()->viewport()->width());
 }
 
+TEST_F(LogMessageViewLayoutTest, TheWidthsOfAnUnchangedLayoutAreInTheFileToo)
+{
+    ASSERT_TRUE(ViewSettings::instance().columnOrder.isEmpty());
+    open(nullptr, true);
+    view->table()->setColumnWidth(3, 234);
+    view = nullptr;
+    window.reset();
+    ViewSettings read;
+    ASSERT_TRUE(read.read());
+    EXPECT_EQ(read.columnLayout(), defaultColumnOrder());
+    EXPECT_EQ(read.columnWidths.value(3), 234);
+}
+
 TEST_F(LogMessageViewLayoutTest, ColumnWidthsSurviveARestart)
 {
     open(nullptr, true);
