@@ -2,12 +2,15 @@
 
 #include "logging/LogSvcError.h"
 #include "logging/ScopeCleaner.h"
+#include "platform/Process.h"
 #include "tests/support/TestEnvironment.h"
 #include "tests/support/TraceCapture.h"
 #include "tests/support/UdpPeer.h"
 
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QFile>
 
 #include <gtest/gtest.h>
 
@@ -529,6 +532,50 @@ TEST(LogProtoServer, StopFinishesThePacketBeingProcessed)
     mayLeave.set_value();
     stopper.join();
     EXPECT_TRUE(leftWhenStopped.load());
+}
+
+/// True if the system says that the thread of this process waits for something.
+bool isSleeping(std::uint64_t thread)
+{
+    QFile file(QStringLiteral("/proc/self/task/%1/stat").arg(thread));
+    if (thread == 0 || !file.open(QIODevice::ReadOnly))
+        return false;
+    const QByteArray text = file.readAll();
+    return text.mid(text.lastIndexOf(')') + 2, 1) == "S";
+}
+
+TEST(LogProtoServer, WhatHasArrivedWhenItIsStoppedIsStillProcessed)
+{
+    TraceCapture trace;
+    Server server;
+    UdpPeer peer;
+    const SocketAddress to = server.boundAddress();
+    std::promise<void> entered;
+    std::atomic<std::uint64_t> stopper{0};
+    std::atomic<bool> first{true};
+    {
+        const std::lock_guard<std::mutex> lock(server.mutex());
+        server.onProcess = [&](const Packet&, Packet&) {
+            if (!first.exchange(false))
+                return;
+            entered.set_value();
+            // Until the stop waits for this very thread.
+            QDeadlineTimer limit(10000);
+            while (!isSleeping(stopper.load()) && !limit.hasExpired())
+                std::this_thread::yield();
+        };
+    }
+    const Bytes bytes = datagram({magicLogMessage, flagNoAcknowledge, 257, 0, 1, 0}, 12);
+    peer.send(bytes, to);
+    ASSERT_EQ(entered.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    for (int i = 0; i < 100; ++i)
+        peer.send(bytes, to);
+    std::thread stopping([&] {
+        stopper.store(platform::currentThreadId());
+        server.stop();
+    });
+    stopping.join();
+    EXPECT_EQ(server.requests().size(), 101U);
 }
 
 TEST(LogProtoServer, CanBeStoppedAgainAndAgain)

@@ -5,6 +5,7 @@
 #include "store/ViewSettings.h"
 #include "tests/store/ServiceStandIn.h"
 #include "tests/store/StoreTestSupport.h"
+#include "tests/support/ListenerUnderTest.h"
 #include "tests/support/TestEnvironment.h"
 
 #include <QAbstractItemModelTester>
@@ -931,6 +932,30 @@ TEST(LogContainerWithService, WhatTheServiceSentBeforeTheStopWasAcknowledgedIsSh
         EXPECT_TRUE(desk.stop());
         ASSERT_EQ(desk.full.rowCount(), count) << "round " << round;
     }
+}
+
+/// Its listener hands over one more message while it is being released.
+class LateStore : public LogContainer
+{
+protected:
+    std::shared_ptr<LogMessageListener> makeListener(bool) override
+    {
+        return {new test::ListenerUnderTest, [this](LogMessageListener* listener) {
+                    // Whoever does not wait for the listener has ended by then.
+                    test::waitFor([this] { return !isActive(); }, 300);
+                    addMessage(decoded(1));
+                    delete listener;
+                }};
+    }
+};
+
+TEST(LogContainer, ARunIsNotOverBeforeItsListenerHasHandedOverTheLastMessage)
+{
+    Desk<LateStore> desk;
+    ASSERT_TRUE(desk.store->startLogging(false));
+    EXPECT_TRUE(desk.stop());
+    EXPECT_FALSE(desk.store->isActive());
+    EXPECT_EQ(desk.full.rowCount(), 1);
 }
 
 TEST(LogContainerWithService, AHundredStartsAndStopsLeaveEveryRunUsable)
