@@ -4,7 +4,6 @@
 #include <QCheckBox>
 #include <QClipboard>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QFileDialog>
 #include <QItemSelectionModel>
@@ -213,30 +212,19 @@ TEST_F(LogTextExportTest, AnEmptySelectionEmptiesTheClipboard)
     EXPECT_EQ(clipboard(), QString());
 }
 
-TEST_F(LogTextExportTest, CopyingAMillionRowsIsNotQuadratic)
+// A copy whose time grew with the square of the rows would not end within the test's limit.
+TEST_F(LogTextExportTest, AMillionRowsAreCopiedWhole)
 {
+    constexpr int rows = 1000000;
     openWithColumns({FieldServiceMsgID, FieldLogMessage});
-    const auto copyTime = [this](int rows) {
-        std::vector<std::shared_ptr<LogMessage>> more(
-            static_cast<std::size_t>(rows - view->fullModel()->rowCount()),
-            message(1, QStringLiteral("the same text for every row")));
-        view->fullModel()->addMessages(more);
-        view->updateView();
-        QElapsedTimer timer;
-        timer.start();
-        view->messageViewClipboardClicked();
-        const qint64 all = timer.nsecsElapsed();
-        EXPECT_EQ(clipboard().count('\n'), rows);
-        view->table()->selectAll();
-        timer.start();
-        view->selectionClipboardClicked();
-        EXPECT_EQ(clipboard().count('\n'), rows - 1);
-        return std::max<qint64>(all + timer.nsecsElapsed(), 1);
-    };
-    const qint64 few = copyTime(50000);
-    const qint64 many = copyTime(1000000);
-    // 20 times the rows: linear is 20, quadratic 400.
-    EXPECT_LT(many / few, 100) << few << " ns and " << many << " ns";
+    view->fullModel()->addMessages(std::vector<std::shared_ptr<LogMessage>>(
+        rows, message(1, QStringLiteral("the same text for every row"))));
+    view->updateView();
+    view->messageViewClipboardClicked();
+    EXPECT_EQ(clipboard().count('\n'), rows);
+    view->table()->selectAll();
+    view->selectionClipboardClicked();
+    EXPECT_EQ(clipboard().count('\n'), rows - 1);
 }
 
 // --- JSON
