@@ -320,15 +320,6 @@ bool LogTableModel::removeByIdentifier(int identifier)
     return removed != nullptr;
 }
 
-void LogTableModel::removeByIdentifiers(const std::vector<int>& identifiers)
-{
-    std::vector<std::shared_ptr<LogMessage>> removed;
-    removed.reserve(identifiers.size());
-    const Lock lock(lock_);
-    for (const int identifier : identifiers)
-        removed.push_back(takeByIdentifier(identifier));
-}
-
 std::shared_ptr<LogMessage> LogTableModel::takeByIdentifier(int identifier)
 {
     if (identifier < 1)

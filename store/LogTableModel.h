@@ -56,8 +56,6 @@ public:
     /// messages and identifiers only: the sort index is not touched. An identifier below 1 is not
     /// looked for. Any thread.
     bool removeByIdentifier(int identifier);
-    /// The same for each of `identifiers` in order, under one lock.
-    void removeByIdentifiers(const std::vector<int>& identifiers);
     /// For each of `messages` in order: removeOldest, then addMessage, all under one lock, so that
     /// no reader meets a row more or less. What removeOldest gave, in order. Any thread.
     std::vector<int> replaceOldest(const std::vector<std::shared_ptr<LogMessage>>& messages);

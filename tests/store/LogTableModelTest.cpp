@@ -411,7 +411,9 @@ TEST_F(LogTableModelTest, RemovingByIdentifierTakesTheFirstRowAndLeavesTheSortIn
     EXPECT_FALSE(filtered.removeByIdentifier(4));
     EXPECT_TRUE(filtered.removeByIdentifier(3));
     EXPECT_FALSE(filtered.removeByIdentifier(3));
-    filtered.removeByIdentifiers({5, 5, 5});
+    EXPECT_TRUE(filtered.removeByIdentifier(5));
+    EXPECT_TRUE(filtered.removeByIdentifier(5));
+    EXPECT_FALSE(filtered.removeByIdentifier(5));
     EXPECT_EQ(storedIds(filtered),
               (std::vector<std::uint64_t>{0, 0xFFFF'FFFFULL, 0x1'0000'0003ULL}));
     // Descending by identifier the entries were rows 5, 4, (0 and 2), 1, 3: as they still are.
