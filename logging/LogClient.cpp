@@ -35,12 +35,17 @@ constexpr std::size_t pieceOffsetOffset = 8;
 constexpr std::size_t pieceLengthOffset = 12;
 constexpr std::size_t pieceDataOffset = 16;
 
+// No configuration and no module list comes near it; a service that announces more is wrong, and
+// must not have us take gigabytes piece by piece.
+constexpr std::size_t maximumDownload = std::size_t{256} << 20;
+
 constexpr std::size_t maximumReadPiece = maximumPayload;
 constexpr std::size_t maximumWritePiece = maximumPayload - pieceDataOffset;
 
 constexpr char executionFailure[] =
     "Log client command execution failure when communicating with the server.";
 constexpr char malformedAcknowledge[] = "Received malformed acknowledge packet";
+constexpr char noMemoryForDownload[] = "Failed to allocate buffer for the data to be downloaded";
 constexpr char outOfRange[] = "The command packet data are out of range";
 
 Packet clientRequest(LogClientCommand command, const void* payload, std::size_t length)
@@ -202,14 +207,16 @@ std::string LogClient::download(LogClientCommand command)
     const std::size_t size =
         bufferSizeOf(this->command(handleRequest(LogClientCommand::QueryBufferSize, handle)));
 
+    if (size > maximumDownload)
+        throw LogSvcError(noMemoryForDownload);
     std::string bytes;
     try {
         // Room only: the memory is touched as the pieces come, so that a wrong size costs none.
         bytes.reserve(size);
     } catch (const std::bad_alloc&) {
-        throw LogSvcError("Failed to allocate buffer for the data to be downloaded");
+        throw LogSvcError(noMemoryForDownload);
     } catch (const std::length_error&) {
-        throw LogSvcError("Failed to allocate buffer for the data to be downloaded");
+        throw LogSvcError(noMemoryForDownload);
     }
     while (bytes.size() < size) {
         const std::size_t piece = std::min(maximumReadPiece, size - bytes.size());

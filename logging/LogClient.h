@@ -45,10 +45,14 @@ public:
     /// execute and checkAcknowledge in one; returns the reply.
     Packet command(const Packet& request);
 
-    /// Fetches a transfer buffer's contents: command GetConfiguration or GetModules.
+    /// Fetches a transfer buffer's contents: command GetConfiguration or GetModules. Throws "Failed
+    /// to allocate buffer for the data to be downloaded" also for a size above 256 MiB, and
+    /// "Received malformed acknowledge packet" for a piece of another length than was asked for.
     std::string download(LogClientCommand command);
 
-    /// Replaces the service's configuration by `size` bytes at `data`.
+    /// Replaces the service's configuration by `size` bytes at `data`. Throws "The data buffer to
+    /// be uploaded is invalid." for a null pointer. After a failure the service frees the buffer
+    /// itself.
     void upload(const char* data, std::size_t size);
 
     /// Sends a container on as a log message packet without acknowledge, with this client's own

@@ -1,9 +1,8 @@
 #include "logging/LogMessage.h"
 
+#include "logging/LogMessageMatcher.h"
 #include "logging/TimestampText.h"
 #include "platform/CodePage.h"
-
-#include <array>
 
 namespace zuLogging {
 
@@ -16,26 +15,6 @@ std::u16string throughUtf8(const QString& text)
     platform::multiByteToUtf16({bytes.constData(), static_cast<std::size_t>(bytes.size())},
                                platform::codePageUtf8, result);
     return result;
-}
-
-bool textContains(std::u16string_view field, const QString& text, Qt::CaseSensitivity caseRule)
-{
-    // The views have no terminator and are not copied: Qt looks at the record's own characters.
-    const auto* characters = reinterpret_cast<const QChar*>(field.data());
-    const auto length = static_cast<int>(field.size());
-    return length >= text.size() &&
-           QString::fromRawData(characters, length).contains(text, caseRule);
-}
-
-bool numberContains(std::uint64_t number, const QString& text, Qt::CaseSensitivity caseRule)
-{
-    std::array<char16_t, 20> digits{};
-    std::size_t begin = digits.size();
-    do {
-        digits[--begin] = static_cast<char16_t>(u'0' + number % 10);
-        number /= 10;
-    } while (number != 0);
-    return textContains({digits.data() + begin, digits.size() - begin}, text, caseRule);
 }
 
 } // namespace
@@ -99,16 +78,7 @@ void LogMessage::renderTimestamp()
 
 bool LogMessage::contains(const QString& text, Qt::CaseSensitivity caseRule) const
 {
-    if (text.isEmpty())
-        return true;
-    return textContains(logMessage(), text, caseRule) || textContains(module(), text, caseRule) ||
-           textContains(groupName(), text, caseRule) ||
-           textContains(logLevelName(logLevel_), text, caseRule) ||
-           numberContains(serviceMsgId_, text, caseRule) ||
-           numberContains(sourceMsgId_, text, caseRule) ||
-           numberContains(senderMsgId_, text, caseRule) ||
-           timestampText_.contains(text, caseRule) || numberContains(processId_, text, caseRule) ||
-           numberContains(threadId_, text, caseRule) || textContains(logPos(), text, caseRule);
+    return LogMessageMatcher(text, caseRule).foundIn(*this);
 }
 
 } // namespace zuLogging

@@ -5,6 +5,7 @@
 #include <QString>
 #include <QStringView>
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -43,6 +44,13 @@ public:
     std::u16string_view module() const noexcept;
     std::u16string_view groupName() const noexcept;
     std::u16string_view logMessage() const noexcept;
+    /// Position, module, group and message, back to back.
+    std::u16string_view texts() const noexcept { return texts_; }
+    /// Where the first three of them end in `texts`.
+    std::array<std::uint32_t, 3> textEnds() const noexcept
+    {
+        return {moduleBegin_, groupBegin_, messageBegin_};
+    }
     /// 0 when the message carried none.
     std::uint64_t processId() const noexcept { return processId_; }
     std::uint64_t threadId() const noexcept { return threadId_; }
@@ -57,7 +65,7 @@ public:
 
     /// True if `text` is contained in one of: the message text, module, group, level name, the
     /// service, source and sender numbers (decimal), the time stamp text, process and thread
-    /// numbers (decimal), position. Asked in this order.
+    /// numbers (decimal), position. To ask many messages for one text, use LogMessageMatcher.
     bool contains(const QString& text, Qt::CaseSensitivity caseRule) const;
 
 private:
@@ -75,10 +83,11 @@ private:
     QString timestampText_;
 };
 
-/// A copy of `text` as Qt's string.
+/// A copy of `text` as Qt's string, unit for unit: QString::fromUtf16 would take a byte order mark
+/// away, and turn every unit of a text round that begins with a swapped one.
 inline QString toQString(std::u16string_view text)
 {
-    return QString::fromUtf16(text.data(), static_cast<int>(text.size()));
+    return QString(reinterpret_cast<const QChar*>(text.data()), static_cast<int>(text.size()));
 }
 
 } // namespace zuLogging

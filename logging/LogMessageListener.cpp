@@ -136,12 +136,14 @@ void LogMessageListener::deliver(const std::uint8_t* payload, std::size_t length
         loadU16(payload + containerSizeOffset) != length)
         throw LogSvcError("Constructing an output log message container from inconsistent data");
 
-    if (++counter_ == 0)
-        counter_ = 1;
-
     LogMessageContainerView container;
     container.data = payload;
     container.length = length;
+    if (!isWanted(container))
+        return;
+
+    if (++counter_ == 0)
+        counter_ = 1;
     if (numbered)
         container.serviceNumber = counter_;
 

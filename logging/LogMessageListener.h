@@ -36,6 +36,10 @@ protected:
     /// True for a log service, which numbers the messages it hands on.
     virtual bool assignsServiceIds() const = 0;
 
+    /// False: the message is acknowledged, but goes to no sink and uses no number up. Called once
+    /// for each container of the right size, before any sink gets it.
+    virtual bool isWanted(const LogMessageContainerView& /*container*/) { return true; }
+
     /// Receiving thread, or before `start`. True if a sink was added; false if one of that class
     /// matches already. Throws LogSvcError: what the factory throws, an unknown type, the limit
     /// above, or a forwarder to this very listener, which would send every message round for ever.

@@ -50,6 +50,14 @@ LogMessageSecondaryListener::LogMessageSecondaryListener(SinkList sinks, bool re
     cleaner.dismiss();
 }
 
+void LogMessageSecondaryListener::requestReplay()
+{
+    const ReplayRequest everything = ReplayRequest::everything();
+    client_->command(messageRequest(LogMessageCommand::Replay,
+                                    std::string(everything.bytes.begin(), everything.bytes.end()) +
+                                        socketAddressText(boundAddress())));
+}
+
 LogMessageSecondaryListener::~LogMessageSecondaryListener()
 {
     try {

@@ -19,6 +19,11 @@ public:
     /// Unsubscribes (a service that is gone is no error; at most 1 second) and ends the thread.
     ~LogMessageSecondaryListener() override;
 
+    /// Asks the service to send what it has recorded. One thread at a time. Throws LogSvcError
+    /// "Failed to query the port number bound to the log server socket" and what the command
+    /// throws. Blocks for at most 1 second.
+    void requestReplay();
+
 protected:
     bool assignsServiceIds() const override { return false; }
 

@@ -122,6 +122,8 @@ void LogProtoServer<Protocol>::run()
             }
             break;
         case platform::WaitResult::Woken:
+            wake_.lower();
+            callWoken();
             break;
         case platform::WaitResult::Failed:
             traceFailure("select", platform::lastSocketErrorText().c_str());
@@ -138,6 +140,17 @@ void LogProtoServer<Protocol>::run()
         if (socket_.receive(buffers_->arrived) != platform::ReceiveResult::Datagram ||
             handleBatch() < batchCapacity)
             break;
+    callWoken();
+}
+
+template <class Protocol>
+void LogProtoServer<Protocol>::callWoken()
+{
+    try {
+        woken();
+    } catch (const std::exception& error) {
+        traceFailure("woken", error.what());
+    }
 }
 
 /// Handles what the last receive brought; returns how many datagrams that were.
@@ -179,17 +192,25 @@ void LogProtoServer<Protocol>::handle(const std::uint8_t* datagram, std::size_t 
     Packet& request = buffers_->request;
     Packet& acknowledge = buffers_->acknowledge;
     std::memcpy(request.bytes(), datagram, std::min(length, maximumPacket));
+    sender_ = sender;
+    isAnsweredLater_ = false;
     try {
         dispatch(request, length, acknowledge);
-        if ((request.header().flags & flagNoAcknowledge) != 0 || !sender)
+        if ((request.header().flags & flagNoAcknowledge) != 0 || !sender || isAnsweredLater_)
             return;
-        if (acknowledge.size() > maximumPacket)
-            throw LogSvcError("The command packet data are out of range");
-        if (!socket_.send(acknowledge.bytes(), acknowledge.size(), *sender))
-            traceFailure("send", platform::lastSocketErrorText().c_str());
+        sendAnswer(acknowledge, *sender);
     } catch (const std::exception& error) {
         traceFailure("process_client_cmd", error.what());
     }
+}
+
+template <class Protocol>
+void LogProtoServer<Protocol>::sendAnswer(const Packet& acknowledge, const SocketAddress& to)
+{
+    if (acknowledge.size() > maximumPacket)
+        throw LogSvcError("The command packet data are out of range");
+    if (!socket_.send(acknowledge.bytes(), acknowledge.size(), to))
+        traceFailure("send", platform::lastSocketErrorText().c_str());
 }
 
 template <class Protocol>

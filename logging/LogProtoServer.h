@@ -24,9 +24,9 @@ struct LogMsgProtocol
 /// A UDP server on 127.0.0.1, on a port that the system picks, with one receiving thread of high
 /// priority. It checks packets, hands valid requests to `process` and sends the acknowledges.
 ///
-/// Threads: `process`, `processForeign` and `idle` run on the receiving thread, which is the only
-/// one to touch the socket after `start`; the keep-running flag (atomic) and the wake signal are
-/// all that it shares with the thread that calls `stop`.
+/// Threads: `process`, `processForeign`, `idle` and `woken` run on the receiving thread, which is
+/// the only one to touch the socket after `start`; the keep-running flag (atomic) and the wake
+/// signal are all that it shares with the threads that call `stop` or `wake`.
 ///
 /// A class derived from this one calls `start` in the constructor, and `stop` in the destructor, of
 /// the most derived class: the thread must not call into an object that is half made or half gone.
@@ -67,6 +67,19 @@ protected:
     /// counts as malformed, which is what the default says.
     virtual bool processForeign(const Packet& request, std::size_t length, Packet& acknowledge);
 
+    /// Any thread: has the receiving thread call `woken` soon.
+    void wake() noexcept { wake_.raise(); }
+    /// Called after `wake`, once for several calls of it perhaps, and once more when the thread
+    /// ends.
+    virtual void woken() {}
+
+    /// From within `process` or `processForeign`: who sent the request, and that nothing is sent
+    /// when they return, because `sendAnswer` will send the acknowledge later.
+    const std::optional<SocketAddress>& sender() const { return sender_; }
+    void answerLater() { isAnsweredLater_ = true; }
+    /// Receiving thread: sends an acknowledge that was put off.
+    void sendAnswer(const Packet& acknowledge, const SocketAddress& to);
+
 private:
     /// Datagrams taken from the system in one call.
     static constexpr std::size_t batchCapacity = 64;
@@ -82,6 +95,7 @@ private:
 
     void run();
     bool receiveArrived();
+    void callWoken();
     std::size_t handleBatch();
     void handle(const std::uint8_t* datagram, std::size_t length,
                 const std::optional<SocketAddress>& sender);
@@ -93,6 +107,8 @@ private:
     std::unique_ptr<Buffers> buffers_;
     std::atomic<bool> running_{false};
     platform::WakeSignal wake_;
+    std::optional<SocketAddress> sender_; ///< of the request being handled
+    bool isAnsweredLater_ = false;        ///< that request
 };
 
 extern template class LogProtoServer<LogMsgProtocol>;

@@ -13,6 +13,10 @@ std::uint64_t currentThreadId();
 /// True while a process of that number exists (also one of another user).
 bool isProcessAlive(std::uint64_t processId);
 
+/// The base name of the program that the process runs; nothing when there is no such process or it
+/// may not be looked at (another user's).
+std::optional<std::string> programName(std::uint64_t processId);
+
 /// Where programs of this user keep what lives only while they run: XDG_RUNTIME_DIR, else /run.
 std::string runtimeDirectory();
 

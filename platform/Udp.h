@@ -51,7 +51,7 @@ std::optional<std::string> ipv4Text(std::uint32_t address);
 std::optional<std::uint32_t> parseIpv4(std::string_view text);
 
 /// Ends a wait of another thread at once. `raise` may be called from any thread and from a signal
-/// handler; a raised signal stays raised.
+/// handler; a raised signal stays raised until it is lowered.
 class WakeSignal
 {
 public:
@@ -61,6 +61,8 @@ public:
     WakeSignal& operator=(const WakeSignal&) = delete;
 
     void raise() noexcept;
+    /// The waits after this last until the next `raise`.
+    void lower() noexcept;
     int handle() const noexcept { return handle_; }
 
 private:

@@ -106,6 +106,23 @@ bool isProcessAlive(std::uint64_t processId)
     return !hasEnded(processId);
 }
 
+std::optional<std::string> programName(std::uint64_t processId)
+{
+    if (processId == 0 || processId > static_cast<std::uint64_t>(INT_MAX))
+        return std::nullopt;
+    const std::string link = "/proc/" + std::to_string(processId) + "/exe";
+    std::array<char, PATH_MAX> target{};
+    const ssize_t length = ::readlink(link.c_str(), target.data(), target.size());
+    if (length <= 0)
+        return std::nullopt;
+    std::string_view path(target.data(), static_cast<std::size_t>(length));
+    // What the system appends when the file was replaced under the running program.
+    constexpr std::string_view deleted = " (deleted)";
+    if (path.size() > deleted.size() && path.substr(path.size() - deleted.size()) == deleted)
+        path.remove_suffix(deleted.size());
+    return std::string(path.substr(path.rfind('/') + 1));
+}
+
 std::string runtimeDirectory()
 {
     const QByteArray directory = qgetenv("XDG_RUNTIME_DIR");

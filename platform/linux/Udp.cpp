@@ -130,6 +130,17 @@ void WakeSignal::raise() noexcept
     errno = kept;
 }
 
+void WakeSignal::lower() noexcept
+{
+    if (handle_ < 0)
+        return;
+    const int kept = errno;
+    std::uint64_t count = 0;
+    while (::read(handle_, &count, sizeof count) < 0 && errno == EINTR) {
+    }
+    errno = kept;
+}
+
 struct DatagramBatch::Buffers
 {
     Buffers(std::size_t count, std::size_t datagramCapacity)

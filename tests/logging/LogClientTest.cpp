@@ -14,6 +14,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
+#include <fstream>
 #include <functional>
 #include <map>
 #include <string>
@@ -440,6 +441,20 @@ TEST(LogClient, AfterEachFailureTheClientTakesTheNextCommand)
     EXPECT_EQ(failureOf([&] { client.command(noOperation()); }), noError);
 }
 
+TEST(LogClient, WithoutADescriptorThereIsNoSocket)
+{
+    rlimit files{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &files), 0);
+    rlimit none = files;
+    none.rlim_cur = 0;
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+    const std::string failure = failureOf([] {
+        LogClient client({platform::loopbackAddress, 4711});
+    });
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &files), 0);
+    EXPECT_EQ(failure, "Failed to create the log client socket");
+}
+
 // Transfers.
 
 TEST(LogClient, ADownloadOfAnEmptyConfigurationSends33And21And20ButNo17)
@@ -519,11 +534,24 @@ TEST(LogClient, AHandleOrSizeMayBeFollowedByMore)
     EXPECT_EQ(downloadFailure(LogClientCommand::QueryBufferSize, size), noError);
 }
 
+TEST(LogClient, ASizeThatNoConfigurationHasIsRefusedBeforeAPieceIsAskedFor)
+{
+    for (const std::uint32_t size : {0xFFFFFFFFU, (256U << 20) + 1}) {
+        FakeLogServer server([&](FakeLogServer& s, const Request& r) {
+            s.acknowledge(r, r.header().command == 21 ? u32(size) : u64(1));
+        });
+        LogClient client(server.address());
+        EXPECT_EQ(failureOf([&] { client.download(LogClientCommand::GetConfiguration); }),
+                  "Failed to allocate buffer for the data to be downloaded");
+        EXPECT_EQ(server.commands(), (std::vector<int>{33, 21}));
+    }
+}
+
 // The sanitizers' allocators mark what they give out, and end the program where others throw.
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 TEST(LogClient, AWrongSizeCostsNoMemoryBeforeThePiecesCome)
 {
-    // Nearly four gigabytes are announced, and the first piece is refused.
+    // Nearly all that is ever fetched is announced, and the first piece is refused.
     rusage before{};
     ::getrusage(RUSAGE_SELF, &before);
     FakeLogServer server([&](FakeLogServer& s, const Request& r) {
@@ -531,7 +559,7 @@ TEST(LogClient, AWrongSizeCostsNoMemoryBeforeThePiecesCome)
         case 33:
             return s.acknowledge(r, u64(1));
         case 21:
-            return s.acknowledge(r, u32(0xFFFFFFFFU));
+            return s.acknowledge(r, u32(250U << 20));
         default:
             return s.acknowledge(r, {}, PacketStatus::Failed);
         }
@@ -540,20 +568,24 @@ TEST(LogClient, AWrongSizeCostsNoMemoryBeforeThePiecesCome)
     EXPECT_NE(failureOf([&] { client.download(LogClientCommand::GetConfiguration); }), noError);
     rusage after{};
     ::getrusage(RUSAGE_SELF, &after);
-    EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 256 * 1024) << "kilobytes";
+    EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 64 * 1024) << "kilobytes";
 }
 
 int exitStatusOfADownloadWithoutMemory()
 {
-    rlimit room{};
-    ::getrlimit(RLIMIT_AS, &room);
-    room.rlim_cur = 2ULL << 30;
-    if (::setrlimit(RLIMIT_AS, &room) != 0)
-        return 2;
     FakeLogServer server([](FakeLogServer& s, const Request& r) {
-        s.acknowledge(r, r.header().command == 21 ? u32(0xFFFFFFFFU) : u64(1));
+        s.acknowledge(r, r.header().command == 21 ? u32(250U << 20) : u64(1));
     });
     LogClient client(server.address());
+    // Room for everything but the buffer.
+    long pages = 0;
+    std::ifstream("/proc/self/statm") >> pages;
+    rlimit room{};
+    ::getrlimit(RLIMIT_AS, &room);
+    room.rlim_cur =
+        static_cast<rlim_t>(pages) * static_cast<rlim_t>(::sysconf(_SC_PAGESIZE)) + (100U << 20);
+    if (pages == 0 || ::setrlimit(RLIMIT_AS, &room) != 0)
+        return 2;
     return failureOf([&] { client.download(LogClientCommand::GetConfiguration); }) ==
                    "Failed to allocate buffer for the data to be downloaded"
                ? 0

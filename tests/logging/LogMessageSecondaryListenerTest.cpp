@@ -137,6 +137,34 @@ TEST_F(LogMessageSecondaryListenerTest, WithTheReplayFlagItSubscribes292WithTheT
     expectRequest(service.requests()[1], 290, forwardingPayload(own));
 }
 
+TEST_F(LogMessageSecondaryListenerTest,
+       AReplayRequestIs32BytesOfWhich256IsTheFirstWordAndTheAddress)
+{
+    FakeService service;
+    publish(service.boundAddress());
+    LogMessageSecondaryListener listener({}, false);
+    listener.requestReplay();
+    ASSERT_EQ(service.requests().size(), 2U);
+    const Bytes request = service.requests()[1];
+    ASSERT_GT(request.size(), packetHeaderSize + 32);
+    EXPECT_EQ(readPacketHeader(request.data()).command, 291);
+    Bytes expected(32, 0);
+    expected[1] = 1; // 256, little-endian
+    EXPECT_TRUE(std::equal(expected.begin(), expected.end(), request.begin() + packetHeaderSize));
+    EXPECT_EQ(std::string(request.begin() + packetHeaderSize + 32, request.end()),
+              socketAddressText(listener.boundAddress()));
+}
+
+TEST_F(LogMessageSecondaryListenerTest, ARefusedReplayThrowsAndTheListenerStays)
+{
+    FakeService service;
+    publish(service.boundAddress());
+    LogMessageSecondaryListener listener({}, false);
+    service.refuse();
+    EXPECT_THROW(listener.requestReplay(), LogSvcError);
+    EXPECT_NO_THROW(listener.boundAddress());
+}
+
 TEST_F(LogMessageSecondaryListenerTest, ReceivesWhatTheServiceForwardsWithoutNumberingItAgain)
 {
     ListenerUnderTest service({}, true);

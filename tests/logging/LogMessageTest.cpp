@@ -211,3 +211,15 @@ TEST(LogMessage, NumbersAreSearchedInDecimal)
     EXPECT_TRUE(containsExactly(message, "0"));
     EXPECT_FALSE(containsExactly(message, "00"));
 }
+
+TEST(LogMessage, AByteOrderMarkAtTheBeginningOfATextIsACharacterLikeAnyOther)
+{
+    for (const std::u16string_view text : {u"\uFEFFab", u"\uFFFEab", u"\uFEFF", u"ab\uFEFF"}) {
+        const QString same = toQString(text);
+        ASSERT_EQ(static_cast<std::size_t>(same.size()), text.size());
+        for (std::size_t i = 0; i < text.size(); ++i)
+            EXPECT_EQ(same.at(static_cast<int>(i)).unicode(), text[i]) << i;
+        const LogMessage loaded(1, 2, 3, 4, 8, QString(), QString(), QString(), same, 5, 6);
+        EXPECT_EQ(loaded.logMessage(), text);
+    }
+}

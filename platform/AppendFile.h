@@ -1,0 +1,39 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace zuLogging::platform {
+
+/// A regular file to whose end text is written. It is never opened through a symbolic link in its
+/// own name, and a pipe or a device in its place is refused without waiting for it.
+class AppendFile
+{
+public:
+    AppendFile() = default;
+    ~AppendFile();
+    AppendFile(AppendFile&& other) noexcept;
+    AppendFile& operator=(AppendFile&& other) noexcept;
+    AppendFile(const AppendFile&) = delete;
+    AppendFile& operator=(const AppendFile&) = delete;
+
+    /// Opens, or makes, the file `relative` (parts separated by /) below `folder`. No part of
+    /// `relative` may be ".." or a symbolic link; the folders on the way must be there. False, with
+    /// `error` filled, on failure.
+    bool openInside(const std::string& folder, const std::string& relative, std::string& error);
+    /// The same for a path whose folders may be symbolic links.
+    bool open(const std::string& path, std::string& error);
+    bool isOpen() const noexcept { return handle_ >= 0; }
+    void close() noexcept;
+
+    /// Writes all of `text`, or says in `error` why not; `written` then tells how much of it is
+    /// there.
+    bool append(std::string_view text, std::size_t& written, std::string& error);
+
+private:
+    bool take(int handle, std::string& error);
+
+    int handle_ = -1;
+};
+
+} // namespace zuLogging::platform
