@@ -1,61 +1,69 @@
 #include "store/JsonLogWriter.h"
 
+#include <QChar>
 #include <QIODevice>
 
+#include <algorithm>
+#include <charconv>
 #include <cstring>
 
 namespace zuLogging {
 
 namespace {
 
-constexpr int bufferSize = 1 << 16;
+/// What is kept before it goes to the device.
+constexpr std::size_t bufferSize = 1 << 16;
+/// What one append may add to that.
+constexpr std::size_t spareSize = 2048;
+/// Units of a text that are written at a time: each takes at most six bytes.
+constexpr std::size_t sliceLength = spareSize / 6 - 1;
 
-QStringView viewOf(std::u16string_view text)
-{
-    return QStringView(text.data(), static_cast<qsizetype>(text.size()));
-}
-
-void appendUnit(QByteArray& out, ushort unit)
+char* writeUnit(char* out, char16_t unit)
 {
     constexpr char hexadecimal[] = "0123456789abcdef";
-    out += "\\u";
+    *out++ = '\\';
+    *out++ = 'u';
     for (int shift = 12; shift >= 0; shift -= 4)
-        out += hexadecimal[unit >> shift & 0xF];
+        *out++ = hexadecimal[unit >> shift & 0xF];
+    return out;
 }
 
-void appendEscaped(QByteArray& out, char character)
+char* writeEscaped(char* out, char16_t character)
 {
-    if (character == 0 || (character < 0x20 && !std::strchr("\b\f\n\r\t", character))) {
-        appendUnit(out, static_cast<ushort>(character));
-        return;
-    }
-    out += '\\';
+    char letter = 0;
     switch (character) {
-    case '"':
-    case '\\':
-        out += character;
+    case u'"':
+        letter = '"';
         break;
-    case '\b':
-        out += 'b';
+    case u'\\':
+        letter = '\\';
         break;
-    case '\f':
-        out += 'f';
+    case u'\b':
+        letter = 'b';
         break;
-    case '\n':
-        out += 'n';
+    case u'\f':
+        letter = 'f';
         break;
-    case '\r':
-        out += 'r';
+    case u'\n':
+        letter = 'n';
         break;
-    case '\t':
-        out += 't';
+    case u'\r':
+        letter = 'r';
         break;
+    case u'\t':
+        letter = 't';
+        break;
+    default:
+        return writeUnit(out, character);
     }
+    *out++ = '\\';
+    *out++ = letter;
+    return out;
 }
 
-void appendCodePoint(QByteArray& out, char32_t point)
+char* writeCodePoint(char* out, char32_t point)
 {
-    const auto byte = [&out](char32_t value) { out += static_cast<char>(value); };
+    const auto byte = [&out](char32_t value) { *out++ = static_cast<char>(value); };
     if (point < 0x800) {
         byte(0xC0 | point >> 6);
     } else {
@@ -68,91 +76,118 @@ void appendCodePoint(QByteArray& out, char32_t point)
         byte(0x80 | (point >> 6 & 0x3F));
     }
     byte(0x80 | (point & 0x3F));
+    return out;
 }
 
-void appendString(QByteArray& out, QStringView text)
+bool isPlain(char16_t unit)
 {
-    out += '"';
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        const QChar unit = text[i];
-        if (unit.unicode() < 0x80) {
-            const char character = static_cast<char>(unit.unicode());
-            if (character < 0x20 || character == '"' || character == '\\')
-                appendEscaped(out, character);
-            else
-                out += character;
-        } else if (!unit.isSurrogate()) {
-            appendCodePoint(out, unit.unicode());
-        } else if (unit.isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate()) {
-            appendCodePoint(out, QChar::surrogateToUcs4(unit, text[++i]));
-        } else {
-            appendUnit(out, unit.unicode()); // half a pair has no form in UTF-8
-        }
-    }
-    out += '"';
+    return unit >= 0x20 && unit < 0x80 && unit != u'"' && unit != u'\\';
 }
 
 } // namespace
 
 JsonLogWriter::JsonLogWriter(QIODevice& device)
     : device_(device)
+    , buffer_(bufferSize + spareSize)
 {
-    buffer_.reserve(2 * bufferSize);
-    buffer_ += "[\n";
+    append("[\n");
 }
 
 void JsonLogWriter::add(const LogMessage& message)
 {
-    if (!first_)
-        buffer_ += ",\n";
+    append(first_ ? std::string_view("    {\n        \"GroupName\": \"")
+                  : std::string_view(",\n    {\n        \"GroupName\": \""));
     first_ = false;
-    buffer_ += "    {\n";
-    member("GroupName", viewOf(message.groupName()));
-    member("LogLevel", message.levelName());
-    member("LogLevel [Hex]", message.levelCodeText());
-    member("LogMessage", viewOf(message.logMessage()));
-    member("LogPos", viewOf(message.logPos()));
-    member("Module", viewOf(message.module()));
-    member("ProcessID", message.processId());
-    member("SenderMsgID", message.senderMsgId());
-    member("ServiceMsgID", message.serviceMsgId());
-    member("SourceMsgID", message.sourceMsgId());
-    member("ThreadID", message.threadId());
-    member("Timestamp", QString::number(message.timestamp()), true);
-    buffer_ += "    }";
-    flushWhenLarge();
+    appendText(message.groupName());
+    append("\",\n        \"LogLevel\": \"");
+    appendText(logLevelName(message.logLevel()));
+    append("\",\n        \"LogLevel [Hex]\": \"");
+    appendLevelCode(message.logLevel());
+    append("\",\n        \"LogMessage\": \"");
+    appendText(message.logMessage());
+    append("\",\n        \"LogPos\": \"");
+    appendText(message.logPos());
+    append("\",\n        \"Module\": \"");
+    appendText(message.module());
+    append("\",\n        \"ProcessID\": \"");
+    appendNumber(message.processId());
+    append("\",\n        \"SenderMsgID\": \"");
+    appendNumber(message.senderMsgId());
+    append("\",\n        \"ServiceMsgID\": \"");
+    appendNumber(message.serviceMsgId());
+    append("\",\n        \"SourceMsgID\": \"");
+    appendNumber(message.sourceMsgId());
+    append("\",\n        \"ThreadID\": \"");
+    appendNumber(message.threadId());
+    append("\",\n        \"Timestamp\": \"");
+    appendNumber(message.timestamp());
+    append("\"\n    }");
 }
 
 bool JsonLogWriter::finish()
 {
-    if (!first_)
-        buffer_ += '\n';
-    buffer_ += "]\n";
-    failed_ = device_.write(buffer_) != buffer_.size() || failed_;
-    buffer_.clear();
+    append(first_ ? std::string_view("]\n") : std::string_view("\n]\n"));
+    flush();
     return !failed_;
 }
 
-void JsonLogWriter::member(const char* key, QStringView value, bool last)
+char* JsonLogWriter::room()
 {
-    buffer_ += "        \"";
-    buffer_ += key;
-    buffer_ += "\": ";
-    appendString(buffer_, value);
-    buffer_ += last ? "\n" : ",\n";
+    if (used_ >= bufferSize)
+        flush();
+    return buffer_.data() + used_;
 }
 
-void JsonLogWriter::member(const char* key, std::uint64_t value)
+void JsonLogWriter::append(std::string_view bytes)
 {
-    member(key, QString::number(value));
+    std::memcpy(room(), bytes.data(), bytes.size());
+    used_ += bytes.size();
 }
 
-void JsonLogWriter::flushWhenLarge()
+void JsonLogWriter::appendText(std::u16string_view text)
 {
-    if (buffer_.size() < bufferSize)
-        return;
-    failed_ = device_.write(buffer_) != buffer_.size() || failed_;
-    buffer_.resize(0); // keeps its memory
+    for (std::size_t i = 0; i < text.size();) {
+        char* out = room();
+        const std::size_t end = i + std::min(text.size() - i, sliceLength);
+        while (i < end) {
+            const char16_t unit = text[i++];
+            if (isPlain(unit)) {
+                *out++ = static_cast<char>(unit);
+            } else if (unit < 0x80) {
+                out = writeEscaped(out, unit);
+            } else if (!QChar::isSurrogate(unit)) {
+                out = writeCodePoint(out, unit);
+            } else if (QChar::isHighSurrogate(unit) && i < text.size() &&
+                       QChar::isLowSurrogate(text[i])) {
+                out = writeCodePoint(out, QChar::surrogateToUcs4(unit, text[i++]));
+            } else {
+                out = writeUnit(out, unit); // half a pair has no form in UTF-8
+            }
+        }
+        used_ = static_cast<std::size_t>(out - buffer_.data());
+    }
+}
+
+void JsonLogWriter::appendNumber(std::uint64_t number)
+{
+    char* const out = room();
+    used_ =
+        static_cast<std::size_t>(std::to_chars(out, out + spareSize, number).ptr - buffer_.data());
+}
+
+void JsonLogWriter::appendLevelCode(std::uint64_t level)
+{
+    append(level < 0x10 ? "0x0" : "0x");
+    char* const out = room();
+    used_ = static_cast<std::size_t>(std::to_chars(out, out + spareSize, level, 16).ptr -
+                                     buffer_.data());
+}
+
+void JsonLogWriter::flush()
+{
+    const auto size = static_cast<qint64>(used_);
+    failed_ = failed_ || device_.write(buffer_.data(), size) != size;
+    used_ = 0;
 }
 
 } // namespace zuLogging

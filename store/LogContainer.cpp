@@ -20,6 +20,7 @@ namespace zuLogging {
 namespace {
 
 using Lock = boost::lock_guard<boost::mutex>;
+using FilterGuard = boost::lock_guard<FairMutex>;
 
 constexpr int emptyQueueWaitMs = 100;
 /// Queued records that wake a waiting worker before its time.
@@ -32,21 +33,6 @@ constexpr int exchangeBound = 4096;
 constexpr std::size_t sideBySideLevel = 64;
 
 } // namespace
-
-/// Holds filterLock_, in the order of asking for it.
-class LogContainer::FilterGuard
-{
-public:
-    explicit FilterGuard(const LogContainer& store)
-        : lock_(store.filterLock_, boost::defer_lock)
-    {
-        const Lock turn(store.filterTurn_);
-        lock_.lock();
-    }
-
-private:
-    boost::unique_lock<boost::mutex> lock_;
-};
 
 LogContainer::LogContainer()
 {
@@ -74,7 +60,7 @@ LogContainer::~LogContainer()
 void LogContainer::setModels(LogTableModel* full, LogTableModel* filtered)
 {
     {
-        const FilterGuard guard(*this);
+        const FilterGuard guard(filterLock_);
         fullModel_ = full;
         filteredModel_ = filtered;
     }
@@ -145,6 +131,17 @@ bool LogContainer::startLogging(bool replay)
         throw;
     }
     return active_;
+}
+
+void LogContainer::requestReplay()
+{
+    std::shared_ptr<LogMessageListener> listener;
+    {
+        const Lock lock(runLock_);
+        listener = listener_;
+    }
+    if (auto* subscriber = dynamic_cast<LogMessageSecondaryListener*>(listener.get()))
+        subscriber->requestReplay();
 }
 
 void LogContainer::stopLogging()
@@ -304,7 +301,7 @@ void LogContainer::waitForMessages()
 
 void LogContainer::moveMessages()
 {
-    const FilterGuard guard(*this);
+    const FilterGuard guard(filterLock_);
     const auto queued = static_cast<std::int64_t>(queueSize());
     if (queued == 0)
         return;
@@ -368,10 +365,10 @@ void LogContainer::exchange(int count)
 
 LogContainer::Messages LogContainer::passing(const Messages& messages) const
 {
-    Messages passed = messages;
-    for (auto& message : passed) {
-        if (!filter_.passes(*message))
-            message.reset();
+    Messages passed(messages.size());
+    for (std::size_t i = 0; i < messages.size(); ++i) {
+        if (preparedFilter_.passes(*messages[i]))
+            passed[i] = messages[i];
     }
     return passed;
 }
@@ -380,7 +377,7 @@ LogContainer::Messages LogContainer::passing(const Messages& messages) const
 
 MessageFilter LogContainer::filter() const
 {
-    const FilterGuard guard(*this);
+    const FilterGuard guard(filterLock_);
     return filter_;
 }
 
@@ -396,11 +393,12 @@ void LogContainer::setFilter(const QStringList& include, const QStringList& leve
 
     const auto store = [this, &filter] {
         filter_ = filter;
+        preparedFilter_ = PreparedFilter(filter);
         filtering_ = !filter.isEmpty();
     };
     if (filter.isEmpty() && filteredModel_) {
         filteredModel_->reset([&] {
-            const FilterGuard guard(*this);
+            const FilterGuard guard(filterLock_);
             filteredModel_->clearRows();
             store();
         });
@@ -409,12 +407,12 @@ void LogContainer::setFilter(const QStringList& include, const QStringList& leve
     if (filter == filter_)
         return;
     if (!fullModel_ || !filteredModel_) {
-        const FilterGuard guard(*this);
+        const FilterGuard guard(filterLock_);
         store();
         return;
     }
     filteredModel_->reset([&] {
-        const FilterGuard guard(*this);
+        const FilterGuard guard(filterLock_);
         store();
         fillFilteredModel();
     });
@@ -425,7 +423,7 @@ void LogContainer::refilter()
     if (!fullModel_ || !filteredModel_)
         return;
     filteredModel_->reset([this] {
-        const FilterGuard guard(*this);
+        const FilterGuard guard(filterLock_);
         fillFilteredModel();
     });
 }
@@ -440,7 +438,7 @@ void LogContainer::fillFilteredModel()
 
 void LogContainer::truncateTo(int count)
 {
-    const FilterGuard guard(*this);
+    const FilterGuard guard(filterLock_);
     if (fullModel_)
         fullModel_->removeOldest(fullModel_->rowCount() - std::max(count, 0));
 }
@@ -448,7 +446,7 @@ void LogContainer::truncateTo(int count)
 void LogContainer::clearModels()
 {
     const auto clear = [this] {
-        const FilterGuard guard(*this);
+        const FilterGuard guard(filterLock_);
         if (fullModel_)
             fullModel_->clearRows();
         if (filteredModel_)

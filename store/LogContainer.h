@@ -3,7 +3,9 @@
 #include "logging/DecodedMessage.h"
 #include "logging/LogMessage.h"
 #include "logging/LogMessageListener.h"
+#include "store/FairMutex.h"
 #include "store/MessageFilter.h"
+#include "store/PreparedFilter.h"
 
 #include <QObject>
 #include <QString>
@@ -58,6 +60,10 @@ public:
     /// GUI thread. True when logging runs; otherwise `takeErrorText` says why. With `replay` the
     /// service first sends what it has recorded. Logging that runs is stopped first.
     bool startLogging(bool replay);
+    /// GUI thread, not while a stop is under way: asks the service to send what it has recorded.
+    /// Without a listener (the start had failed) there is nobody to send it to, and nothing
+    /// happens. Throws what LogMessageSecondaryListener::requestReplay throws.
+    void requestReplay();
     /// GUI thread, or a thread that ends before the store. Releases the listener (blocks for at
     /// most about 1 second) and has the worker empty the queue and end. Where no worker runs (the
     /// start had failed) the run is over at once.
@@ -133,7 +139,6 @@ private:
         boost::thread thread;
         bool ended = false; ///< under runLock_
     };
-    class FilterGuard;
     using Messages = std::vector<std::shared_ptr<LogMessage>>;
 
     void processMessages(Worker& self);
@@ -155,10 +160,9 @@ private:
     LogTableModel* fullModel_ = nullptr;
     LogTableModel* filteredModel_ = nullptr;
     mutable boost::mutex runLock_;
-    mutable boost::mutex filterLock_;
-    /// Held while waiting for filterLock_: without it a worker under load, which lets go of that
-    /// lock for an instant only, would keep the window waiting.
-    mutable boost::mutex filterTurn_;
+    /// Fair, so that a worker under load, which lets go of it for an instant only, does not keep
+    /// the window waiting.
+    mutable FairMutex filterLock_;
     mutable boost::mutex queueLock_;
     boost::condition_variable queueFilled_;         ///< with queueLock_
     int waitingWorkers_ = 0;                        ///< under queueLock_
@@ -166,7 +170,8 @@ private:
     QString errorText_;
     std::atomic<std::uint64_t> movedMessages_{0};
     std::atomic<int> maximumMessages_{100000};
-    MessageFilter filter_; ///< written by the GUI thread under filterLock_
+    MessageFilter filter_; ///< this and the next: written by the GUI thread under filterLock_
+    PreparedFilter preparedFilter_{filter_};
     std::atomic<bool> filtering_{false};
     bool showFiltered_ = false;
     std::atomic<bool> active_{false};

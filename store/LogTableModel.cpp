@@ -1,27 +1,40 @@
 #include "store/LogTableModel.h"
 
+#include "logging/LogMessageMatcher.h"
 #include "store/IdentifierList.h"
+#include "store/JsonLogReader.h"
+#include "store/JsonLogWriter.h"
 #include "store/LogContainer.h"
 #include "store/LogField.h"
 #include "store/RowShifts.h"
 #include "store/SortedList.h"
 
 #include <QColor>
+#include <QFile>
+#include <QSaveFile>
 
 #include <boost/thread/lock_guard.hpp>
 
 #include <algorithm>
 #include <deque>
+#include <iterator>
+#include <new>
 #include <utility>
 
 namespace zuLogging {
 
 namespace {
 
-using Lock = boost::lock_guard<boost::mutex>;
+using Lock = boost::lock_guard<FairMutex>;
 
-/// Rows that a search looks at before it lets the worker have the lock.
-constexpr int searchSlice = 512;
+/// What a search looks at before it lets the worker have the lock: so many rows, or fewer when
+/// their texts are longer than so many characters a row.
+constexpr std::size_t searchSlice = 512;
+constexpr std::size_t usualTexts = 1024;
+
+// What a time stamp cell shows instead of seconds.
+constexpr std::u16string_view referenceItself = u"*REF*";
+constexpr std::u16string_view noReference = u"-Invalid-";
 
 /// Entries of a sort index that no row shows. At the row limit a sorted table gets one more with
 /// each message; beyond this many they are not kept.
@@ -88,16 +101,6 @@ std::u16string_view textOf(const LogMessage& message, int field)
     }
 }
 
-/// Writes `value` in decimal so that it ends at `end`; returns where it begins.
-QChar* writeDecimal(std::uint64_t value, QChar* end)
-{
-    do {
-        *--end = QChar(static_cast<ushort>('0' + value % 10));
-        value /= 10;
-    } while (value != 0);
-    return end;
-}
-
 } // namespace
 
 struct LogTableModel::Rows
@@ -122,6 +125,21 @@ struct LogTableModel::Rows
     int stored(int displayedRow) const
     {
         return sortIndex.isEmpty() ? displayedRow : sortIndex.indexAt(displayedRow);
+    }
+    std::shared_ptr<LogMessage> sharedAt(int row) const
+    {
+        return at(row) ? messages[static_cast<std::size_t>(row)] : nullptr;
+    }
+    /// Where the message that was in `row` is now that older ones may have left; -1 if it has left
+    /// too. A sorted table shows others in the place of those that leave: there rows stay.
+    int movedRow(int row, const std::shared_ptr<LogMessage>& message) const
+    {
+        if (!message || !sortIndex.isEmpty())
+            return row;
+        row = std::min(row, count() - 1);
+        while (row >= 0 && messages[static_cast<std::size_t>(row)] != message)
+            --row;
+        return row;
     }
 };
 
@@ -477,13 +495,13 @@ QString LogTableModel::timestampCell(const LogMessage& message, int storedRow) c
     float seconds = 0;
     switch (secondsSinceReference(message, storedRow, seconds)) {
     case Reference::Itself:
-        return QStringLiteral("*REF*");
+        return toQString(referenceItself);
     case Reference::Other:
         return QString::number(static_cast<double>(seconds), 'f', 6);
     case Reference::None:
         break;
     }
-    return QStringLiteral("-Invalid-");
+    return toQString(noReference);
 }
 
 LogTableModel::Reference LogTableModel::secondsSinceReference(const LogMessage& message,
@@ -559,23 +577,40 @@ QModelIndex LogTableModel::previousIndex(const QModelIndex& index) const
 }
 
 bool LogTableModel::shownContains(const LogMessage* message, int storedRow, int field,
-                                  const QString& text, Qt::CaseSensitivity caseRule) const
+                                  const LogMessageMatcher& text) const
 {
-    // Long texts and numbers are looked at where they are. The search itself must be QString's:
-    // Qt's other ways of searching fold the case of unpaired surrogates differently.
-    if (message && isTextField(field)) {
-        const std::u16string_view units = textOf(*message, field);
-        return QString::fromRawData(reinterpret_cast<const QChar*>(units.data()),
-                                    static_cast<int>(units.size()))
-            .contains(text, caseRule);
+    if (!message)
+        return text.isEmpty();
+    if (isTextField(field))
+        return text.foundInText(textOf(*message, field));
+    if (isNumberField(field))
+        return text.foundInNumber(numberOf(*message, field));
+    switch (field) {
+    case FieldTimestamp:
+        if (!showsSeconds())
+            return text.foundInTimestampText(*message);
+        return text.canBeInSeconds(referenceItself, noReference) &&
+               text.foundInText(timestampCell(*message, storedRow));
+    case FieldLogLevelHex:
+        return text.foundInLevelCode(message->logLevel());
+    case FieldLogLevel:
+        return text.foundInLevelName(message->logLevel());
+    default:
+        return text.isEmpty();
     }
-    if (message && isNumberField(field)) {
-        QChar digits[20];
-        const QChar* const begin = writeDecimal(numberOf(*message, field), digits + 20);
-        return QString::fromRawData(begin, static_cast<int>(digits + 20 - begin))
-            .contains(text, caseRule);
-    }
-    return (message ? this->text(*message, storedRow, field) : QString()).contains(text, caseRule);
+}
+
+bool LogTableModel::anyFieldContains(const LogMessage* message, int storedRow,
+                                     const LogMessageMatcher& text) const
+{
+    if (!message)
+        return text.isEmpty();
+    // The four texts in one go; what is left costs next to nothing unless `text` could be in it.
+    constexpr int others[] = {FieldServiceMsgID, FieldSourceMsgID, FieldSenderMsgID, FieldTimestamp,
+                              FieldLogLevelHex,  FieldLogLevel,    FieldProcessID,   FieldThreadID};
+    return text.foundInTexts(*message) ||
+           std::any_of(std::begin(others), std::end(others),
+                       [&](int field) { return shownContains(message, storedRow, field, text); });
 }
 
 QModelIndex LogTableModel::findNext(const QModelIndex& start, const QString& text,
@@ -583,39 +618,60 @@ QModelIndex LogTableModel::findNext(const QModelIndex& start, const QString& tex
 {
     if (!start.isValid())
         return {};
+    const LogMessageMatcher wanted(text, caseRule);
     int row = start.row();
     int column = start.column();
+    int startRow = start.row();
+    std::shared_ptr<LogMessage> message; // of the row, while the lock is the worker's
+    std::shared_ptr<LogMessage> startMessage;
     // Rows that leave or come meanwhile could keep the start cell from being met again: the number
     // of cells at the beginning bounds the search as well.
     std::int64_t left = -1;
     for (;;) {
         const Lock lock(lock_);
+        row = rows_->movedRow(row, message);
+        startRow = rows_->movedRow(startRow, startMessage);
         const int rowsNow = rows_->count();
         const int columns = rows_->columns.size();
         if (rowsNow == 0 || columns == 0)
             return {};
         if (left < 0)
             left = static_cast<std::int64_t>(rowsNow) * columns;
-        if (row >= rowsNow || column >= columns) { // the place is gone: on with the table's end
+        if (row < 0 || row >= rowsNow || column >= columns) { // gone: on with the table's end
             row = directionDown ? rowsNow - 1 : 0;
             column = directionDown ? columns - 1 : 0;
         }
-        for (int cells = searchSlice * columns; cells > 0; --cells) {
+        for (std::size_t slice = 0; slice < searchSlice;) {
+            bool newRow = false;
             if (directionDown && ++column == columns) {
                 column = 0;
                 row = row + 1 < rowsNow ? row + 1 : 0;
+                newRow = true;
             } else if (!directionDown && --column < 0) {
                 column = columns - 1;
                 row = row > 0 ? row - 1 : rowsNow - 1;
+                newRow = true;
             }
-            if ((row == start.row() && column == start.column()) || left-- == 0)
-                return {};
             int storedRow = -1;
-            const LogMessage* const message = shownMessage(row, storedRow);
-            const int field = rows_->columns.at(column);
-            if (shownContains(message, storedRow, field, text, caseRule))
+            const LogMessage* const shown = shownMessage(row, storedRow);
+            if (newRow) {
+                slice += 1 + (shown ? shown->texts().size() / usualTexts : 0);
+                // Most rows are left behind after one look instead of one at each of their cells.
+                if (row != startRow && !anyFieldContains(shown, storedRow, wanted)) {
+                    if (left < columns)
+                        return {};
+                    left -= columns;
+                    column = directionDown ? columns - 1 : 0;
+                    continue;
+                }
+            }
+            if ((row == startRow && column == start.column()) || left-- == 0)
+                return {};
+            if (shownContains(shown, storedRow, rows_->columns.at(column), wanted))
                 return createIndex(row, column, static_cast<quintptr>(row));
         }
+        message = rows_->sharedAt(row);
+        startMessage = rows_->sharedAt(startRow);
     }
 }
 
@@ -822,6 +878,39 @@ void LogTableModel::setColumns(const QList<int>& fields)
 }
 
 // --- Announcements
+
+bool LogTableModel::saveToJson(const QString& path) const
+{
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Text))
+        return false;
+    JsonLogWriter writer(file);
+    constexpr int atOnce = 1000; // the worker may add rows in between
+    for (int row = 0; !writer.failed(); row += atOnce) {
+        const auto messages = messagesFrom(row, atOnce);
+        if (messages.empty())
+            break;
+        for (const std::shared_ptr<LogMessage>& message : messages)
+            writer.add(*message);
+    }
+    return writer.finish() && file.commit();
+}
+
+bool LogTableModel::loadFromJson(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    try {
+        std::vector<std::shared_ptr<LogMessage>> messages;
+        if (!readJsonLog(file, messages))
+            return false;
+        addMessages(messages);
+    } catch (const std::bad_alloc&) { // a text or a log that memory does not hold
+        return false;
+    }
+    return true;
+}
 
 void LogTableModel::announceChanges()
 {

@@ -1,11 +1,10 @@
 #pragma once
 
 #include "logging/LogMessage.h"
+#include "store/FairMutex.h"
 
 #include <QAbstractTableModel>
 #include <QList>
-
-#include <boost/thread/mutex.hpp>
 
 #include <cstdint>
 #include <functional>
@@ -15,6 +14,7 @@
 namespace zuLogging {
 
 class LogContainer;
+class LogMessageMatcher;
 
 /// Log messages as table rows: in order of arrival, or through a sort index.
 ///
@@ -90,7 +90,10 @@ public:
     QModelIndex nextIndex(const QModelIndex& index) const;
     QModelIndex previousIndex(const QModelIndex& index) const;
     /// The next cell in the given direction whose text contains `text`; invalid when no cell but
-    /// `start` does, or `start` is invalid.
+    /// `start` does, or `start` is invalid. The lock is let go of every few hundred rows. What
+    /// happens meanwhile: in an unsorted table the search and its end move along with their rows,
+    /// and when the row is gone the search goes on at the table's end; rows that come may be
+    /// visited or not. It ends after as many cells as there were at the beginning, in any case.
     QModelIndex findNext(const QModelIndex& start, const QString& text, bool directionDown,
                          Qt::CaseSensitivity caseRule) const;
     QVariant sortKey(int storedRow, int column) const;
@@ -103,6 +106,13 @@ public:
     void setColumns(const QList<int>& fields);
     /// Adds a field as the last column unless it is shown already. GUI thread, before any view.
     void addColumn(int field);
+
+    /// Writes all messages in their order of arrival to a JSON file, replacing it when all is
+    /// written. False, with the file as it was, when that fails. Any thread.
+    bool saveToJson(const QString& path) const;
+    /// Appends the messages of a JSON file: all of them, or none when its text is not valid JSON or
+    /// no array, which is no failure. False when the file cannot be read. No row is announced.
+    bool loadFromJson(const QString& path);
 
     /// Tells the views that rows came or went. When unsorted, their selection and current cell
     /// stay with their messages, and go with those that went; when sorted they stay where they are.
@@ -142,14 +152,16 @@ private:
     void buildSortIndex(int field);
     int fieldAt(int column) const;
     QString shownText(int displayedRow, int column) const;
-    bool shownContains(const LogMessage* message, int storedRow, int field, const QString& text,
-                       Qt::CaseSensitivity caseRule) const;
+    bool shownContains(const LogMessage* message, int storedRow, int field,
+                       const LogMessageMatcher& text) const;
+    bool anyFieldContains(const LogMessage* message, int storedRow,
+                          const LogMessageMatcher& text) const;
 
     bool showsSeconds() const;
 
     std::shared_ptr<LogContainer> store_;
     std::unique_ptr<Rows> rows_;
-    mutable boost::mutex lock_;
+    mutable FairMutex lock_;
 };
 
 } // namespace zuLogging

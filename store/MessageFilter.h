@@ -8,6 +8,7 @@ namespace zuLogging {
 
 /// Which messages pass: by level, by texts that a message must contain (any of them) and by texts
 /// that it must not contain (none of them). A plain value; `passes` may be called from any thread.
+/// To ask many messages, make a PreparedFilter once.
 struct MessageFilter
 {
     QStringList include;

@@ -40,7 +40,9 @@ public:
     /// Records `fields` as the column order.
     void setColumnLayout(const QList<int>& fields);
 
-    int maximumLogMessages = 100000;
+    static constexpr int defaultMaximumLogMessages = 100000;
+
+    int maximumLogMessages = defaultMaximumLogMessages;
     bool filterEnabled = false;
     bool filterIncludeCs = false;
     bool filterExcludeCs = false;

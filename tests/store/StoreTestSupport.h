@@ -26,9 +26,9 @@ struct LogContainerAccess
     /// One step of the worker, on this thread.
     static void moveMessages(LogContainer& store) { store.moveMessages(); }
     /// Keeps every worker from moving records.
-    static boost::unique_lock<boost::mutex> stallWorkers(LogContainer& store)
+    static boost::unique_lock<FairMutex> stallWorkers(LogContainer& store)
     {
-        return boost::unique_lock<boost::mutex>(store.filterLock_);
+        return boost::unique_lock<FairMutex>(store.filterLock_);
     }
     static std::size_t livingWorkers(LogContainer& store)
     {
