@@ -1,16 +1,19 @@
 #include "view/FilterDialog.h"
 
 #include "store/ViewSettings.h"
+#include "view/DialogHeight.h"
 
 #include <QCheckBox>
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QIcon>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
+#include <QShortcut>
 #include <QShowEvent>
 #include <QVBoxLayout>
 
@@ -73,6 +76,7 @@ FilterDialog::FilterDialog(QWidget* parent)
     setWindowFlags(windowFlags() & ~Qt::WindowContextHelpButtonHint);
 
     filterText_->setObjectName(QStringLiteral("filterText"));
+    filterText_->setPlaceholderText(tr("Enter adds it to the include filter"));
     auto* label = new QLabel(tr("Add Filter:"), this);
     label->setObjectName(QStringLiteral("filterTextLabel"));
     label->setBuddy(filterText_);
@@ -91,6 +95,7 @@ FilterDialog::FilterDialog(QWidget* parent)
     QPushButton* clearButton = makeButton(tr("Clear"), QStringLiteral("filterClear"), this);
     QPushButton* saveButton = makeButton(tr("Save"), QStringLiteral("filterSave"), this);
     QPushButton* closeButton = makeButton(tr("Close"), QStringLiteral("filterClose"), this);
+    saveButton->setDefault(true);
     auto* buttons = new QHBoxLayout;
     buttons->addStretch();
     buttons->addWidget(clearButton);
@@ -102,7 +107,10 @@ FilterDialog::FilterDialog(QWidget* parent)
     layout->addLayout(groups);
     layout->addWidget(makeLevelGroup());
     layout->addLayout(buttons);
-    setFixedSize(sizeHint().expandedTo(QSize(dialogWidth, dialogHeight)));
+    const QSize wanted = sizeHint().expandedTo(QSize(dialogWidth, dialogHeight));
+    setFixedSize(wanted.boundedTo(QSize(wanted.width(), availableDialogHeight(parent)))
+                     .expandedTo(minimumSizeHint()));
+    setTabOrders();
 
     connect(clearButton, SIGNAL(clicked()), this, SLOT(clearSignal()));
     connect(saveButton, SIGNAL(clicked()), this, SLOT(accept()));
@@ -125,6 +133,8 @@ QGroupBox* FilterDialog::makeGroup(const QString& title, const QString& name, QL
     list->setAccessibleName(title);
     list->setSortingEnabled(true);
     list->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    auto* deleteKey =
+        new QShortcut(QKeySequence(Qt::Key_Delete), list, nullptr, nullptr, Qt::WidgetShortcut);
 
     auto* buttons = new QHBoxLayout;
     buttons->addWidget(addButton);
@@ -137,6 +147,7 @@ QGroupBox* FilterDialog::makeGroup(const QString& title, const QString& name, QL
 
     connect(addButton, SIGNAL(clicked()), this, addSlot);
     connect(removeButton, SIGNAL(clicked()), this, removeSlot);
+    connect(deleteKey, SIGNAL(activated()), this, removeSlot);
     return group;
 }
 
@@ -190,11 +201,46 @@ void FilterDialog::reject()
     closeSignal();
 }
 
+void FilterDialog::keyPressEvent(QKeyEvent* event)
+{
+    const bool enter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    const QString& text = filterText_->text();
+    if (enter && focusWidget() == filterText_ && !text.isEmpty() &&
+        !textsOf(includeList_).contains(text) && !textsOf(excludeList_).contains(text)) {
+        addIncludeFilter();
+        filterText_->selectAll();
+        return;
+    }
+    QDialog::keyPressEvent(event);
+}
+
 void FilterDialog::showEvent(QShowEvent* event)
 {
     QDialog::showEvent(event);
     filterText_->setFocus();
     filterText_->selectAll();
+}
+
+void FilterDialog::setTabOrders()
+{
+    const auto button = [this](const char* name) {
+        return findChild<QPushButton*>(QLatin1String(name));
+    };
+    QList<QWidget*> order{filterText_,
+                          button("includeAdd"),
+                          button("includeRemove"),
+                          includeCase_,
+                          includeList_,
+                          button("excludeAdd"),
+                          button("excludeRemove"),
+                          excludeCase_,
+                          excludeList_,
+                          selectAll_};
+    for (QCheckBox* box : levels_)
+        order.append(box);
+    order << button("filterClear") << button("filterSave") << button("filterClose");
+    for (int i = 1; i < order.size(); ++i)
+        setTabOrder(order[i - 1], order[i]);
 }
 
 void FilterDialog::loadCaseBoxes()

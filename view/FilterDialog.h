@@ -38,9 +38,12 @@ public:
     void reject() override;
 
 protected:
+    /// Enter in the text field adds the text to the include list if it is in neither list yet.
+    /// With nothing to add, and in the lists and check boxes, it saves; on a button it presses it.
+    void keyPressEvent(QKeyEvent* event) override;
     void showEvent(QShowEvent* event) override;
 
-private Q_SLOTS:
+public Q_SLOTS:
     void addIncludeFilter();
     void addExcludeFilter();
     void removeIncludeFilter();
@@ -58,6 +61,7 @@ private:
     void loadCaseBoxes();
     void loadLists();
     void addTo(QListWidget* list);
+    void setTabOrders();
 
     QLineEdit* filterText_;
     QListWidget* includeList_;

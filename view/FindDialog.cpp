@@ -8,6 +8,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QShortcut>
 #include <QShowEvent>
 #include <QVBoxLayout>
 
@@ -29,6 +30,8 @@ FindDialog::FindDialog(QWidget* parent)
     up_->setObjectName(QStringLiteral("findUp"));
     down_->setObjectName(QStringLiteral("findDown"));
     down_->setChecked(true);
+    // As after every later choice: Tab goes to the chosen one, the arrow keys to the other.
+    up_->setFocusPolicy(Qt::ClickFocus);
     matchCase_->setObjectName(QStringLiteral("findMatchCase"));
     auto* label = new QLabel(tr("Find what:"), this);
     label->setObjectName(QStringLiteral("findTextLabel"));
@@ -69,6 +72,12 @@ FindDialog::FindDialog(QWidget* parent)
 
     connect(nextButton, SIGNAL(clicked()), this, SLOT(findNextSignal()));
     connect(closeButton, SIGNAL(clicked()), this, SLOT(closeSignal()));
+
+    if (parent) {
+        parentShortcut_ = new QShortcut(nextButton->shortcut(), parent);
+        parentShortcut_->setEnabled(false);
+        connect(parentShortcut_, SIGNAL(activated()), this, SLOT(findNextSignal()));
+    }
 }
 
 void FindDialog::reject()
@@ -81,6 +90,15 @@ void FindDialog::showEvent(QShowEvent* event)
     QDialog::showEvent(event);
     text_->setFocus();
     text_->selectAll();
+    if (parentShortcut_)
+        parentShortcut_->setEnabled(true);
+}
+
+void FindDialog::hideEvent(QHideEvent* event)
+{
+    if (parentShortcut_)
+        parentShortcut_->setEnabled(false);
+    QDialog::hideEvent(event);
 }
 
 void FindDialog::closeSignal()

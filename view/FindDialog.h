@@ -1,15 +1,18 @@
 #pragma once
 
 #include <QDialog>
+#include <QPointer>
 
 class QCheckBox;
 class QLineEdit;
 class QRadioButton;
+class QShortcut;
 
 namespace zuLogging {
 
 /// Asks for a text to search for, and how. Not modal, and searches nothing itself: it tells its
-/// owner to go to the next match, and when the search is over.
+/// owner to go to the next match, and when the search is over. While it is open F3 works in its
+/// parent's window too.
 class FindDialog : public QDialog
 {
     Q_OBJECT
@@ -29,6 +32,7 @@ Q_SIGNALS:
 
 protected:
     void showEvent(QShowEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
 
 private Q_SLOTS:
     void closeSignal();
@@ -39,6 +43,7 @@ private:
     QRadioButton* up_;
     QRadioButton* down_;
     QCheckBox* matchCase_;
+    QPointer<QShortcut> parentShortcut_;
 };
 
 } // namespace zuLogging

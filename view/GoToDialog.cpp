@@ -13,7 +13,7 @@ namespace zuLogging {
 
 namespace {
 constexpr int buttonWidth = 100;
-constexpr int lineBoxWidth = 120; // wide enough for the largest number
+constexpr int highestLine = 100000000;
 } // namespace
 
 GoToDialog::GoToDialog(QWidget* parent)
@@ -26,8 +26,9 @@ GoToDialog::GoToDialog(QWidget* parent)
     setWindowFlags(windowFlags() & ~Qt::WindowContextHelpButtonHint);
 
     lineBox_->setObjectName(QStringLiteral("goToLine"));
+    lineBox_->setRange(0, highestLine);
+    lineBox_->setMinimumWidth(lineBox_->sizeHint().width());
     lineBox_->setRange(0, 0);
-    lineBox_->setMinimumWidth(lineBoxWidth);
     auto* label = new QLabel(tr("Go to line:"), this);
     label->setObjectName(QStringLiteral("goToLineLabel"));
     label->setBuddy(lineBox_);

@@ -1,15 +1,17 @@
 #include "view/LogMessageView.h"
 
 #include "platform/ServiceControl.h"
-#include "store/JsonLogWriter.h"
 #include "store/LogContainer.h"
+#include "store/LogField.h"
 #include "store/LogTableModel.h"
 #include "store/ViewSettings.h"
 #include "view/FilterDialog.h"
 #include "view/FindDialog.h"
 #include "view/GoToDialog.h"
+#include "view/LogCellDelegate.h"
 #include "view/LogTableView.h"
 #include "view/LogViewHost.h"
+#include "view/RowHeightFitter.h"
 
 #include <QAction>
 #include <QApplication>
@@ -27,7 +29,6 @@
 #include <QMenu>
 #include <QMessageBox>
 #include <QResizeEvent>
-#include <QSaveFile>
 #include <QScrollBar>
 #include <QSignalBlocker>
 #include <QStatusBar>
@@ -41,6 +42,7 @@
 
 #include <algorithm>
 #include <new>
+#include <utility>
 #include <vector>
 
 namespace zuLogging {
@@ -48,7 +50,6 @@ namespace zuLogging {
 namespace {
 
 constexpr int refreshPeriodMs = 80;
-constexpr int rowHeight = 20;
 constexpr int lineNumberWidth = 60;
 constexpr const char* serviceName = "ZULogSvc";
 
@@ -95,6 +96,43 @@ void appendRow(QString& text, const LogTableModel& model, int row, int columns)
         text += QLatin1Char('\t');
     }
     text += QLatin1Char('\n');
+}
+
+// The boxes live on the heap, not on the stack as those of Qt's static calls do: the view may be
+// deleted while one is open, and takes it along.
+
+/// NoButton when the view is gone. The text is never markup, whatever came in from outside.
+QMessageBox::StandardButton showBox(QWidget* parent, QMessageBox::Icon icon, const QString& title,
+                                    const QString& text,
+                                    QMessageBox::StandardButtons buttons = QMessageBox::Ok)
+{
+    const QPointer<QMessageBox> box(new QMessageBox(icon, title, text, buttons, parent));
+    box->setTextFormat(Qt::PlainText);
+    const int answer = box->exec();
+    if (!box)
+        return QMessageBox::NoButton;
+    delete box;
+    return static_cast<QMessageBox::StandardButton>(answer);
+}
+
+/// Empty when no file was chosen, or the view is gone.
+QString askForFile(QWidget* parent, QFileDialog::AcceptMode mode, const QString& caption,
+                   const QString& proposed, const QString& filter,
+                   QFileDialog::Options options = {})
+{
+    const QPointer<QFileDialog> dialog(new QFileDialog(parent, caption, QString(), filter));
+    dialog->setOptions(options);
+    dialog->setAcceptMode(mode);
+    dialog->setFileMode(mode == QFileDialog::AcceptOpen ? QFileDialog::ExistingFile
+                                                        : QFileDialog::AnyFile);
+    if (!proposed.isEmpty())
+        dialog->selectFile(proposed);
+    const bool accepted = dialog->exec() == QDialog::Accepted;
+    if (!dialog)
+        return {};
+    const QString path = accepted ? dialog->selectedFiles().value(0) : QString();
+    delete dialog;
+    return path;
 }
 
 } // namespace
@@ -282,7 +320,7 @@ void LogMessageView::setUpTable()
 {
     table_->setObjectName(QStringLiteral("logTable"));
     table_->setAccessibleName(tr("Log messages"));
-    applyRowHeights();
+    table_->setItemDelegate(new LogCellDelegate(table_));
     table_->setModel(fullModel_);
     table_->setShowGrid(false);
     table_->setWordWrap(true);
@@ -302,6 +340,7 @@ void LogMessageView::setUpTable()
     header->setStretchLastSection(true);
     table_->setContextMenuPolicy(Qt::CustomContextMenu);
     setShowLineNumbers(showLineNumbers_);
+    rowHeights_ = new RowHeightFitter(table_);
 }
 
 void LogMessageView::makeConnections()
@@ -369,8 +408,7 @@ void LogMessageView::showModel(LogTableModel* model)
     connect(table_->selectionModel(),
             SIGNAL(selectionChanged(const QItemSelection&, const QItemSelection&)), this,
             SLOT(tableItemSelected(const QItemSelection&, const QItemSelection&)));
-    if (resizeRows_)
-        table_->resizeRowsToContents();
+    rowHeights_->watchModel();
 }
 
 void LogMessageView::setShowLineNumbers(bool show)
@@ -381,23 +419,23 @@ void LogMessageView::setShowLineNumbers(bool show)
     table_->verticalHeader()->setVisible(show);
 }
 
-void LogMessageView::setResizeRows(bool on)
+bool LogMessageView::resizeRows() const
 {
-    resizeRows_ = on;
-    applyRowHeights();
+    return rowHeights_->isOn();
 }
 
-void LogMessageView::applyRowHeights()
+void LogMessageView::setResizeRows(bool on)
 {
-    if (resizeRows_) {
-        table_->resizeRowsToContents();
-        return;
-    }
-    QHeaderView* header = table_->verticalHeader();
-    header->setSectionResizeMode(QHeaderView::Fixed);
-    header->setMinimumSectionSize(rowHeight); // the style's own may be higher than a row
-    header->setDefaultSectionSize(rowHeight);
-    header->setSectionResizeMode(QHeaderView::Interactive);
+    rowHeights_->setOn(on);
+}
+
+/// Through the window's action where there is one, so that its menu shows what holds.
+void LogMessageView::switchResizeRows(bool on)
+{
+    if (QAction* action = host_ ? host_->resizeRowsAction() : nullptr)
+        action->setChecked(on);
+    if (resizeRows() != on)
+        setResizeRows(on);
 }
 
 void LogMessageView::fitColumns()
@@ -405,11 +443,16 @@ void LogMessageView::fitColumns()
     table_->setTextElideMode(Qt::ElideNone);
     table_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
     columnsFitRows_ = shownModel()->rowCount() > 0;
+    table_->horizontalHeader()->setStretchLastSection(false);
+    table_->resizeColumnsToContents();
+    stretchLastColumn();
+}
+
+void LogMessageView::stretchLastColumn()
+{
     // A stretched last column gets what the others leave, be it too little for its text: once there
     // are texts it is stretched only where that makes it wider.
     QHeaderView* header = table_->horizontalHeader();
-    header->setStretchLastSection(false);
-    table_->resizeColumnsToContents();
     header->setStretchLastSection(!columnsFitRows_ ||
                                   header->length() < table_->viewport()->width());
 }
@@ -472,8 +515,8 @@ void LogMessageView::startLoggingClicked(bool replayLogHistory)
 {
     if (host_ && host_->isConfigurationModified()) {
         const QPointer<LogMessageView> self(this);
-        const auto answer = QMessageBox::warning(
-            this, tr("Start Logging"),
+        const auto answer = showBox(
+            this, QMessageBox::Warning, tr("Start Logging"),
             tr("Configuration has been changed, but not saved. The logging will be continued with "
                "previous configuration.\n\nDo you want to continue?"),
             QMessageBox::Ok | QMessageBox::Cancel);
@@ -483,10 +526,8 @@ void LogMessageView::startLoggingClicked(bool replayLogHistory)
     refresh();
     if (host_) {
         setActionEnabled(host_->filterAction(), false);
-        if (QAction* resizeRows = host_->resizeRowsAction()) {
-            resizeRows->setChecked(false);
-            resizeRows->setEnabled(false);
-        }
+        switchResizeRows(false);
+        setActionEnabled(host_->resizeRowsAction(), false);
     }
     startButton_->setEnabled(false);
     stopButton_->setEnabled(true);
@@ -497,9 +538,8 @@ void LogMessageView::startLoggingClicked(bool replayLogHistory)
         return;
 
     stopLoggingClicked();
-    QMessageBox::warning(this, tr("Start Logging"),
-                         tr("Failed to start the logging (") + store_->takeErrorText() +
-                             QLatin1Char(')'));
+    showBox(this, QMessageBox::Warning, tr("Start Logging"),
+            tr("Failed to start the logging (") + store_->takeErrorText() + QLatin1Char(')'));
 }
 
 void LogMessageView::stopLoggingClicked()
@@ -562,7 +602,7 @@ void LogMessageView::updateView()
 void LogMessageView::moveScrollBarToBottom()
 {
     if (autoScroll_)
-        table_->scrollToBottom();
+        rowHeights_->scrollToBottom();
 }
 
 void LogMessageView::refresh()
@@ -661,8 +701,8 @@ void LogMessageView::search(QString text, bool directionDown, Qt::CaseSensitivit
         table_->setCurrentIndex(found);
         table_->scrollTo(found, QAbstractItemView::EnsureVisible);
     } else {
-        QMessageBox::warning(this, tr("Search"),
-                             tr("Can't find the text:\n\"") + text + QLatin1Char('"'));
+        showBox(this, QMessageBox::Warning, tr("Search"),
+                tr("Can't find the text:\n\"") + text + QLatin1Char('"'));
     }
 }
 
@@ -778,9 +818,8 @@ void LogMessageView::setReferenceTimeClicked()
 {
     if (store_->timeDisplayMode() == 0) {
         const QPointer<LogMessageView> self(this);
-        QMessageBox::information(
-            this, tr("Timestamp"),
-            tr("For using the time reference the time display format will be changed."));
+        showBox(this, QMessageBox::Information, tr("Timestamp"),
+                tr("For using the time reference the time display format will be changed."));
         if (!self)
             return;
         store_->setTimeDisplayMode(1);
@@ -828,8 +867,8 @@ void LogMessageView::setMaximumMessages(int max)
         return;
     }
     const QPointer<LogMessageView> self(this);
-    const auto answer = QMessageBox::warning(
-        this, tr("Log Messages"),
+    const auto answer = showBox(
+        this, QMessageBox::Warning, tr("Log Messages"),
         tr("The maximum number of log messages (") + QString::number(max) +
             tr(") is lower than the current number of log messages (") + QString::number(count) +
             tr(").\n") + tr("Do you want to truncate the log messages and keep the latest?"),
@@ -850,9 +889,9 @@ void LogMessageView::setMaximumMessages(int max)
 void LogMessageView::messageViewSaveClicked()
 {
     // No question about replacing an existing file: the text is added to it.
-    const QString path = QFileDialog::getSaveFileName(
-        this, tr("Save log file"), QStringLiteral("zulogsvc.log"), tr("Text files (*.log)"),
-        nullptr, QFileDialog::DontConfirmOverwrite);
+    const QString path = askForFile(this, QFileDialog::AcceptSave, tr("Save log file"),
+                                    QStringLiteral("zulogsvc.log"), tr("Text files (*.log)"),
+                                    QFileDialog::DontConfirmOverwrite);
     if (path.isEmpty())
         return;
     const WaitCursor wait;
@@ -941,29 +980,16 @@ QString LogMessageView::selectedText() const
 void LogMessageView::saveLogMessagesToJSONClicked()
 {
     if (store_->isActive()) {
-        QMessageBox::warning(this, tr("Save to JSON"),
-                             tr("Please stop the logging before saving to JSON file."));
+        showBox(this, QMessageBox::Warning, tr("Save to JSON"),
+                tr("Please stop the logging before saving to JSON file."));
         return;
     }
-    const QString path = QFileDialog::getSaveFileName(
-        this, tr("Save log file"), QStringLiteral("zulogsvc.json"), tr("JSON files (*.json)"));
+    const QString path = askForFile(this, QFileDialog::AcceptSave, tr("Save log file"),
+                                    QStringLiteral("zulogsvc.json"), tr("JSON files (*.json)"));
     if (path.isEmpty())
         return;
     const WaitCursor wait;
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Text))
-        return;
-    JsonLogWriter writer(file);
-    constexpr int atOnce = 1000;
-    for (int row = 0;; row += atOnce) {
-        const auto messages = fullModel_->messagesFrom(row, atOnce);
-        if (messages.empty())
-            break;
-        for (const std::shared_ptr<LogMessage>& message : messages)
-            writer.add(*message);
-    }
-    if (writer.finish())
-        file.commit();
+    fullModel_->saveToJson(path);
 }
 
 void LogMessageView::selectionClipboardClicked()
@@ -974,6 +1000,154 @@ void LogMessageView::selectionClipboardClicked()
     } catch (const std::bad_alloc&) {
         showStatus(tr("The log is too large for the clipboard."));
     }
+}
+
+bool LogMessageView::readMessages(const QString& path)
+{
+    try {
+        return fullModel_->loadFromJson(path);
+    } catch (const std::bad_alloc&) {
+        return false; // nothing was added
+    }
+}
+
+void LogMessageView::loadLogMessagesFromJSON()
+{
+    const QString title = tr("Load from JSON");
+    if (store_->isActive()) {
+        showBox(this, QMessageBox::Warning, title,
+                tr("Please stop the logging before loading the JSON file."));
+        return;
+    }
+    const QPointer<LogMessageView> self(this);
+    if (fullModel_->rowCount() > 0) {
+        const auto answer = showBox(this, QMessageBox::Question, title,
+                                    tr("Do you want to clear the current logging?"),
+                                    QMessageBox::Yes | QMessageBox::No);
+        if (!self)
+            return;
+        if (answer == QMessageBox::Yes)
+            messageViewClearClicked();
+    }
+    const QString path = askForFile(this, QFileDialog::AcceptOpen, tr("Open log file"), QString(),
+                                    tr("JSON files (*.json)"));
+    if (path.isEmpty())
+        return;
+
+    bool read = false;
+    {
+        const WaitCursor wait;
+        if (filterBox_->isChecked())
+            enableFilter(Qt::Unchecked);
+        switchResizeRows(false);
+        read = readMessages(path);
+    }
+    if (!read) {
+        showBox(this, QMessageBox::Critical, title,
+                tr("Failed to read file '") + path +
+                    tr("'. Please check if it is a valid JSON file."));
+        if (!self)
+            return;
+    }
+
+    const WaitCursor wait;
+    filesCombo_->addItem(path); // also a file that could not be read
+    filesCombo_->setCurrentIndex(filesCombo_->count() - 1);
+    infoToolbar_->show();
+    // Also while the filtered messages are not shown: the store takes those it has for complete.
+    if (store_->isFiltering())
+        store_->refilter();
+    if (filterBox_->isChecked())
+        enableFilter(Qt::Checked);
+    updateView();
+    fitColumns();
+    switchResizeRows(true);
+    showStatus(QString());
+}
+
+/// The fields' widths, without a stretched one's: that is what the others left.
+QMap<int, int> LogMessageView::chosenWidths() const
+{
+    QMap<int, int> widths;
+    const QList<int> fields = fullModel_->columns();
+    const bool stretched = table_->horizontalHeader()->stretchLastSection();
+    for (int column = 0; column < fields.size(); ++column)
+        if (!table_->isColumnHidden(column) && !(stretched && column == fields.size() - 1))
+            widths.insert(fields.at(column), table_->columnWidth(column));
+    return widths;
+}
+
+void LogMessageView::setShownFields(const QList<int>& fields)
+{
+    QList<int> wanted;
+    for (const int field : fields)
+        if (!logFieldName(field).isEmpty() && !wanted.contains(field))
+            wanted.append(field);
+    if (wanted.isEmpty())
+        return;
+
+    const WaitCursor wait;
+    ViewSettings& settings = ViewSettings::instance();
+    const QList<int> before = fullModel_->columns();
+    const QMap<int, int> widths = chosenWidths();
+    QMap<int, int> remembered;
+    for (int column = 0; column < wanted.size(); ++column) {
+        const auto width = settings.columnWidths.constFind(before.indexOf(wanted.at(column)));
+        if (width != settings.columnWidths.constEnd())
+            remembered.insert(column, *width);
+    }
+    settings.columnWidths = remembered;
+    settings.setColumnLayout(wanted);
+
+    QHeaderView* header = table_->horizontalHeader();
+    const int sortedField = before.value(header->sortIndicatorSection(), FieldNone);
+    const QPersistentModelIndex current = table_->currentIndex();
+    const int currentRow = current.row();
+    // Rows that are selected as a whole stay so, also with columns that they did not have.
+    std::vector<std::pair<int, int>> wholeRows;
+    const QItemSelection selection = table_->selectionModel()->selection();
+    for (const QItemSelectionRange& range : selection)
+        if (range.left() == 0 && range.right() == before.size() - 1)
+            wholeRows.emplace_back(range.top(), range.bottom());
+
+    header->setStretchLastSection(false);
+    for (LogTableModel* model : {fullModel_, filteredModel_})
+        model->setColumns(wanted);
+    {
+        // The rows are sorted already; only the mark has to move.
+        const QSignalBlocker blocker(header);
+        header->setSortIndicator(wanted.indexOf(sortedField), header->sortIndicatorOrder());
+    }
+
+    QItemSelection rows;
+    for (const auto& [top, bottom] : wholeRows)
+        rows.append(QItemSelectionRange(shownModel()->index(top, 0),
+                                        shownModel()->index(bottom, wanted.size() - 1)));
+    table_->selectionModel()->select(rows, QItemSelectionModel::Select);
+    if (currentRow >= 0 && !current.isValid())
+        table_->selectionModel()->setCurrentIndex(shownModel()->index(currentRow, 0),
+                                                  QItemSelectionModel::NoUpdate);
+
+    for (int column = 0; column < wanted.size(); ++column) {
+        table_->setColumnHidden(column, false);
+        const auto width = widths.constFind(wanted.at(column));
+        if (width != widths.constEnd())
+            table_->setColumnWidth(column, *width);
+        else
+            table_->resizeColumnToContents(column);
+    }
+    stretchLastColumn();
+    updateView();
+}
+
+void LogMessageView::resetLayoutAndFilter()
+{
+    setShownFields(defaultColumnOrder());
+    ViewSettings::instance().columnWidths.clear();
+    setShowLineNumbers(true);
+    filterDialog_->clearSignal();
+    setFilter();
+    fitColumns();
 }
 
 } // namespace zuLogging

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QList>
+#include <QMap>
 #include <QPointer>
 #include <QString>
 #include <QWidget>
@@ -29,6 +30,7 @@ class LogContainer;
 class LogTableModel;
 class LogTableView;
 class LogViewHost;
+class RowHeightFitter;
 
 /// The log area of the main window: the table of messages, the toolbar that starts and stops
 /// logging, and the dialogs that belong to the table. It drives the message store and shows the
@@ -53,6 +55,16 @@ public:
 
     /// Sets the row limit. Asks first when that would truncate the messages shown.
     void setMaximumMessages(int max);
+    /// Adds the messages of a JSON file that the user chooses. Refused while logging runs.
+    void loadLogMessagesFromJSON();
+    /// Shows exactly these fields, left to right, in both models, the table and the view settings;
+    /// numbers that are no field and repetitions are left out, and an order without any field
+    /// changes nothing. Rows, sort and selection stay, and each field keeps its width; fields that
+    /// were not shown get a fitted one. Without the field that they were sorted by, the rows stay
+    /// in their order and no column is marked as sorted.
+    void setShownFields(const QList<int>& fields);
+    /// All fields in their own order with fitted widths, row numbers shown, no filter.
+    void resetLayoutAndFilter();
 
     LogTableView* table() const { return table_; }
     LogTableModel* fullModel() const { return fullModel_; }
@@ -71,8 +83,9 @@ public:
     bool isAutoScrollOn() const { return autoScroll_; }
     void setAutoScroll(bool on) { autoScroll_ = on; }
 
-    /// On: rows as high as their contents need now. Off: all rows 20 high.
-    bool resizeRows() const { return resizeRows_; }
+    /// On: rows as high as their contents, measured as they come near the view. Off: all rows 20
+    /// high.
+    bool resizeRows() const;
     void setResizeRows(bool on);
 
 Q_SIGNALS:
@@ -122,8 +135,10 @@ private:
 
     void deselectFirstRows(int count);
     void showModel(LogTableModel* model);
-    void applyRowHeights();
+    void switchResizeRows(bool on);
     void fitColumns();
+    void stretchLastColumn();
+    QMap<int, int> chosenWidths() const;
     void applyRememberedWidths();
     void tellHostButtonStates();
     void showStatus(const QString& text);
@@ -132,6 +147,7 @@ private:
     void applyMaximum(int max);
     int fullRowOfCurrent() const;
     QString currentCellText() const;
+    bool readMessages(const QString& path);
     QString shownText() const;
     QString selectedText() const;
     QAction* makeContextAction(const QString& text, const QString& iconPath,
@@ -159,6 +175,7 @@ private:
     FilterDialog* filterDialog_;
     GoToDialog* goToDialog_;
     QTimer* updateTimer_;
+    RowHeightFitter* rowHeights_ = nullptr;
     QAction* filterAction_ = nullptr;
     QAction* saveAction_ = nullptr;
     QAction* clearAction_ = nullptr;
@@ -167,7 +184,6 @@ private:
     bool columnsFitRows_ = false; ///< the columns were fitted when there were rows
     bool autoScroll_;
     bool showLineNumbers_ = true;
-    bool resizeRows_ = false;
     bool waitCursorForStop_ = false; ///< the stop under way has set the override cursor
     boost::thread stopThread_;
 };

@@ -7,6 +7,8 @@
 #include <QGroupBox>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QMetaMethod>
+#include <QScreen>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -69,7 +71,9 @@ TEST_F(FilterDialogTest, TheLayoutIsAsItWasDesigned)
     EXPECT_FALSE(dialog->windowFlags() & Qt::WindowContextHelpButtonHint);
     EXPECT_FALSE(dialog->isModal());
     EXPECT_EQ(dialog->minimumSize(), dialog->maximumSize());
-    EXPECT_GE(dialog->minimumHeight(), dialog->sizeHint().height());
+    EXPECT_GE(dialog->height(), dialog->minimumSizeHint().height());
+    EXPECT_LT(dialog->height(), QGuiApplication::primaryScreen()->availableGeometry().height());
+    EXPECT_TRUE(child<QPushButton>("filterSave")->isDefault());
     EXPECT_EQ(child<QLabel>("filterTextLabel")->text(), "Add Filter:");
     EXPECT_EQ(child<QGroupBox>("includeGroup")->title(), "Include Filter");
     EXPECT_EQ(child<QGroupBox>("excludeGroup")->title(), "Exclude Filter");
@@ -106,6 +110,19 @@ TEST_F(FilterDialogTest, TheLayoutIsAsItWasDesigned)
         EXPECT_EQ(box(cell.name)->text(), QLatin1String(cell.text));
         EXPECT_EQ(grid->itemAtPosition(cell.row, cell.column)->widget(), box(cell.name));
     }
+}
+
+TEST_F(FilterDialogTest, TheSlotsAreDeclaredInTheirOrder)
+{
+    QList<QByteArray> slotNames;
+    const QMetaObject& meta = FilterDialog::staticMetaObject;
+    for (int i = meta.methodOffset(); i < meta.methodCount(); ++i)
+        if (meta.method(i).methodType() == QMetaMethod::Slot)
+            slotNames << meta.method(i).methodSignature();
+    EXPECT_EQ(slotNames,
+              (QList<QByteArray>{"addIncludeFilter()", "addExcludeFilter()",
+                                 "removeIncludeFilter()", "removeExcludeFilter()", "closeSignal()",
+                                 "clearSignal()", "selectAllChanged(int)"}));
 }
 
 TEST_F(FilterDialogTest, AddingAbcTwiceLeavesOneItemAndAddingItInCapitalsAddsASecond)

@@ -100,6 +100,46 @@ TEST_F(FindDialogTest, CloseEscapeAndTheWindowsCloseButtonEndTheSearchOnceEach)
     EXPECT_EQ(spy.count(), 3);
 }
 
+TEST_F(FindDialogTest, ShownAgainTheTextIsSelectedToBeTypedOver)
+{
+    dialog.show();
+    dialog.textField()->setText("first");
+    child<QPushButton>("findClose")->setFocus();
+    dialog.hide();
+    dialog.show();
+    EXPECT_EQ(dialog.focusWidget(), dialog.textField());
+    EXPECT_EQ(dialog.textField()->selectedText(), "first");
+    QTest::keyClicks(dialog.textField(), "second");
+    EXPECT_EQ(dialog.textField()->text(), "second");
+}
+
+TEST(FindDialog, F3WorksInItsParentsWindowWhileTheDialogIsOpen)
+{
+    qRegisterMetaType<Qt::CaseSensitivity>("Qt::CaseSensitivity");
+    QMainWindow window;
+    auto* central = new QLineEdit(&window);
+    window.setCentralWidget(central);
+    FindDialog dialog(central);
+    QSignalSpy spy(&dialog, SIGNAL(findNext(QString, bool, Qt::CaseSensitivity)));
+    const auto pressF3 = [&] {
+        window.activateWindow();
+        QApplication::setActiveWindow(&window);
+        QTest::keyClick(central, Qt::Key_F3);
+    };
+    window.show();
+    ASSERT_TRUE(waitFor([&] { return window.isVisible(); }));
+    pressF3();
+    EXPECT_EQ(spy.count(), 0);
+    dialog.show();
+    dialog.textField()->setText("abc");
+    pressF3();
+    ASSERT_EQ(spy.count(), 1);
+    EXPECT_EQ(spy[0][0].toString(), "abc");
+    dialog.close();
+    pressF3();
+    EXPECT_EQ(spy.count(), 1);
+}
+
 TEST(GoToDialog, TheLayoutIsAsItWasDesigned)
 {
     initTestIcons();
@@ -154,6 +194,13 @@ TEST(GoToDialog, TheSpinBoxCannotGoBelowOneOrAboveTheNumberOfRows)
     EXPECT_EQ(dialog.line(), 3);
     dialog.setLineCount(0);
     EXPECT_EQ(dialog.line(), 1);
+}
+
+TEST(GoToDialog, TheHighestLineFitsItsField)
+{
+    GoToDialog dialog;
+    dialog.setLineCount(100000000);
+    EXPECT_GE(dialog.lineBox()->minimumWidth(), dialog.lineBox()->sizeHint().width());
 }
 
 // --- In the view

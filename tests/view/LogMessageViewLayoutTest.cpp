@@ -5,6 +5,8 @@
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QDir>
+#include <QFileInfo>
 #include <QHeaderView>
 #include <QMenu>
 #include <QMetaMethod>
@@ -12,6 +14,8 @@
 #include <QTest>
 #include <QToolBar>
 #include <QVBoxLayout>
+
+#include <algorithm>
 
 namespace zuLogging::test {
 namespace {
@@ -571,6 +575,347 @@ TEST_F(LogMessageViewLayoutTest, AWindowWithoutActionsIsEnough)
     view = new LogMessageView(window->statusBar(), window.get());
     view->updateViewAfterStop();
     EXPECT_TRUE(startEnabled());
+}
+
+// --- Which fields are shown
+
+class ShownFieldsTest : public ViewFixture
+{
+protected:
+    void openWithColumns(const QList<int>& fields, int rows = 3)
+    {
+        ViewSettings::instance().setColumnLayout(fields);
+        open(nullptr, true);
+        for (int i = 0; i < rows; ++i)
+            add(QStringLiteral("text %1").arg(i));
+        view->updateView();
+    }
+    QHeaderView* header() const { return view->table()->horizontalHeader(); }
+    QStringList headers() const
+    {
+        QStringList names;
+        for (int column = 0; column < header()->count(); ++column)
+            names << view->shownModel()->headerData(column, Qt::Horizontal).toString();
+        return names;
+    }
+    QStringList shownColumn(int column) const
+    {
+        QStringList texts;
+        for (int row = 0; row < view->shownModel()->rowCount(); ++row)
+            texts << view->shownModel()->cellText(row, column);
+        return texts;
+    }
+    void restart()
+    {
+        view = nullptr;
+        window.reset();
+        store.reset();
+        ViewSettings::instance().reset();
+        ASSERT_TRUE(ViewSettings::instance().read());
+        open(nullptr, true);
+    }
+};
+
+TEST_F(ShownFieldsTest, TheOrderEntersBothModelsTheTableAndTheSettingsAtOnce)
+{
+    openWithColumns({FieldServiceMsgID, FieldModule, FieldLogMessage});
+    const QList<int> order{FieldLogMessage, FieldThreadID, FieldServiceMsgID};
+    view->setShownFields(order);
+    EXPECT_EQ(view->fullModel()->columns(), order);
+    EXPECT_EQ(view->filteredModel()->columns(), order);
+    EXPECT_EQ(ViewSettings::instance().columnLayout(), order);
+    EXPECT_EQ(headers(), (QStringList{"LogMessage", "ThreadID", "ServiceMsgID"}));
+    EXPECT_EQ(shownColumn(0), (QStringList{"text 0", "text 1", "text 2"}));
+    EXPECT_EQ(QApplication::overrideCursor(), nullptr);
+}
+
+TEST_F(ShownFieldsTest, NumbersThatAreNoFieldZeroAndRepetitionsAreLeftOut)
+{
+    openWithColumns({FieldServiceMsgID, FieldModule, FieldLogMessage});
+    view->setShownFields({0, FieldModule, 13, FieldModule, -1, 0, FieldLogMessage, 4711});
+    EXPECT_EQ(view->fullModel()->columns(), (QList<int>{FieldModule, FieldLogMessage}));
+    EXPECT_EQ(ViewSettings::instance().columnLayout(), (QList<int>{FieldModule, FieldLogMessage}));
+}
+
+TEST_F(ShownFieldsTest, AnOrderWithoutAnyFieldChangesNothing)
+{
+    const QList<int> order{FieldServiceMsgID, FieldModule, FieldLogMessage};
+    openWithColumns(order);
+    for (const QList<int>& none : {QList<int>{}, QList<int>{0, 0}, QList<int>{-3, 13}}) {
+        view->setShownFields(none);
+        EXPECT_EQ(view->fullModel()->columns(), order);
+        EXPECT_EQ(ViewSettings::instance().columnLayout(), order);
+    }
+}
+
+TEST_F(ShownFieldsTest, AFieldKeepsItsWidthWhenItMovesAndANewOneIsFitted)
+{
+    openWithColumns({FieldServiceMsgID, FieldModule, FieldGroupName, FieldLogMessage});
+    view->table()->setColumnWidth(0, 111);
+    view->table()->setColumnWidth(1, 222);
+    view->table()->setColumnWidth(2, 333);
+    view->setShownFields({FieldGroupName, FieldTimestamp, FieldServiceMsgID, FieldLogMessage});
+    EXPECT_EQ(view->table()->columnWidth(0), 333);
+    EXPECT_EQ(view->table()->columnWidth(2), 111);
+    const int fitted = view->table()->columnWidth(1);
+    view->table()->resizeColumnToContents(1);
+    EXPECT_EQ(fitted, view->table()->columnWidth(1));
+}
+
+TEST_F(ShownFieldsTest, AStretchedLastColumnIsFittedWhenItMoves)
+{
+    openWithColumns({FieldModule, FieldLogMessage});
+    ASSERT_GT(view->table()->columnWidth(1), 600) << "stretched to the window's edge";
+    view->setShownFields({FieldLogMessage, FieldModule});
+    EXPECT_LT(view->table()->columnWidth(0), 300);
+    EXPECT_GE(header()->length(), view->table()->viewport()->width());
+}
+
+TEST_F(ShownFieldsTest, WidthsFollowTheirFieldsWithoutAnyRowToo)
+{
+    ViewSettings::instance().columnWidths = {{0, 111}, {1, 222}, {2, 333}};
+    openWithColumns({FieldServiceMsgID, FieldModule, FieldGroupName, FieldLogMessage}, 0);
+    view->setShownFields({FieldGroupName, FieldServiceMsgID, FieldLogMessage});
+    EXPECT_EQ(view->table()->columnWidth(0), 333);
+    EXPECT_EQ(view->table()->columnWidth(1), 111);
+    window->resize(700, 400);
+    EXPECT_TRUE(waitFor([this] { return view->width() == 700; }));
+    EXPECT_EQ(view->table()->columnWidth(0), 333);
+    EXPECT_EQ(view->table()->columnWidth(1), 111);
+}
+
+TEST_F(ShownFieldsTest, ARestartShowsTheNewOrderWithItsWidths)
+{
+    openWithColumns({FieldServiceMsgID, FieldModule, FieldLogMessage});
+    view->setShownFields({FieldModule, FieldTimestamp, FieldLogMessage});
+    view->table()->setColumnWidth(0, 123);
+    view->table()->setColumnWidth(1, 234);
+    restart();
+    EXPECT_EQ(headers(), (QStringList{"Module", "Timestamp", "LogMessage"}));
+    EXPECT_EQ(view->table()->columnWidth(0), 123);
+    EXPECT_EQ(view->table()->columnWidth(1), 234);
+}
+
+TEST_F(ShownFieldsTest, TheSortAndItsMarkMoveWithTheirField)
+{
+    openWithColumns({FieldServiceMsgID, FieldModule, FieldLogMessage});
+    header()->setSortIndicator(0, Qt::DescendingOrder);
+    ASSERT_EQ(shownColumn(0), (QStringList{"3", "2", "1"}));
+    view->setShownFields({FieldLogMessage, FieldServiceMsgID});
+    EXPECT_EQ(shownColumn(1), (QStringList{"3", "2", "1"}));
+    EXPECT_EQ(header()->sortIndicatorSection(), 1);
+    EXPECT_EQ(header()->sortIndicatorOrder(), Qt::DescendingOrder);
+    EXPECT_EQ(view->fullModel()->sortColumn(), 1);
+    header()->setSortIndicator(1, Qt::AscendingOrder);
+    EXPECT_EQ(shownColumn(1), (QStringList{"1", "2", "3"}));
+}
+
+TEST_F(ShownFieldsTest, WithoutTheSortedFieldTheRowsStayInTheirOrderAndNoColumnIsMarked)
+{
+    openWithColumns({FieldServiceMsgID, FieldModule, FieldLogMessage});
+    header()->setSortIndicator(0, Qt::DescendingOrder);
+    view->setShownFields({FieldModule, FieldLogMessage});
+    EXPECT_EQ(shownColumn(1), (QStringList{"text 2", "text 1", "text 0"}));
+    EXPECT_EQ(header()->sortIndicatorSection(), -1);
+    child<QCheckBox>("filterBox")->setChecked(true);
+    child<QCheckBox>("filterBox")->setChecked(false);
+    EXPECT_EQ(view->shownModel()->rowCount(), 3);
+    header()->setSortIndicator(1, Qt::AscendingOrder);
+    EXPECT_EQ(shownColumn(1), (QStringList{"text 0", "text 1", "text 2"}));
+}
+
+TEST_F(ShownFieldsTest, RowsThatCameInOrderAreNotSortedByMovingColumns)
+{
+    openWithColumns({FieldServiceMsgID, FieldLogMessage}, 0);
+    for (const int number : {3, 1, 2})
+        view->fullModel()->addMessage(message(number, QStringLiteral("x")));
+    view->updateView();
+    view->setShownFields({FieldLogMessage, FieldServiceMsgID});
+    EXPECT_EQ(shownColumn(1), (QStringList{"3", "1", "2"}));
+    view->messageViewClearClicked();
+    for (const int number : {3, 1, 2})
+        view->fullModel()->addMessage(message(number, QStringLiteral("x")));
+    view->updateView();
+    view->setShownFields({FieldServiceMsgID, FieldLogMessage});
+    EXPECT_EQ(shownColumn(0), (QStringList{"3", "1", "2"}));
+}
+
+TEST_F(ShownFieldsTest, SelectedRowsStaySelectedAndTheCurrentRowStaysCurrent)
+{
+    openWithColumns({FieldServiceMsgID, FieldModule}, 10);
+    QItemSelectionModel* selection = view->table()->selectionModel();
+    view->table()->selectRow(4);
+    selection->select(view->shownModel()->index(7, 0),
+                      QItemSelectionModel::Select | QItemSelectionModel::Rows);
+    // No field stays, so for a moment there is no column at all.
+    for (const QList<int>& order :
+         {QList<int>{FieldModule, FieldServiceMsgID, FieldLogMessage},
+          QList<int>{FieldThreadID, FieldProcessID}, QList<int>{FieldLogMessage}}) {
+        view->setShownFields(order);
+        QList<int> rows;
+        for (const QModelIndex& index : selection->selectedRows())
+            rows << index.row();
+        std::sort(rows.begin(), rows.end());
+        EXPECT_EQ(rows, (QList<int>{4, 7}));
+        EXPECT_EQ(view->table()->currentIndex().row(), 4);
+    }
+}
+
+TEST_F(ShownFieldsTest, ASelectedCellStaysWithItsField)
+{
+    openWithColumns({FieldServiceMsgID, FieldModule, FieldLogMessage});
+    view->table()->setCurrentIndex(view->shownModel()->index(1, 2));
+    view->setShownFields({FieldLogMessage, FieldServiceMsgID});
+    EXPECT_EQ(view->table()->currentIndex(), view->shownModel()->index(1, 0));
+    EXPECT_EQ(view->table()->selectionModel()->selectedIndexes(),
+              QModelIndexList{view->shownModel()->index(1, 0)});
+}
+
+TEST_F(ShownFieldsTest, TheFilteredTableChangesItsColumnsToo)
+{
+    openWithColumns({FieldServiceMsgID, FieldModule, FieldLogMessage});
+    store->setFilter({"text 1"}, {}, {}, false, false);
+    child<QCheckBox>("filterBox")->setChecked(true);
+    view->setShownFields({FieldLogMessage, FieldServiceMsgID});
+    EXPECT_EQ(shownColumn(0), QStringList{"text 1"});
+    child<QCheckBox>("filterBox")->setChecked(false);
+    EXPECT_EQ(shownColumn(0), (QStringList{"text 0", "text 1", "text 2"}));
+}
+
+TEST_F(ShownFieldsTest, AHiddenColumnComesBack)
+{
+    openWithColumns({FieldServiceMsgID, FieldModule, FieldLogMessage});
+    view->table()->setColumnHidden(1, true);
+    view->setShownFields({FieldModule, FieldLogMessage});
+    EXPECT_FALSE(view->table()->isColumnHidden(0));
+    EXPECT_GT(view->table()->columnWidth(0), 10);
+}
+
+TEST_F(ShownFieldsTest, ResetShowsAllFieldsFittedWithRowNumbersAndNoFilter)
+{
+    ViewSettings& settings = ViewSettings::instance();
+    settings.filterInclude = QStringList{"text 1"};
+    settings.filterExclude = QStringList{"no"};
+    settings.levelFilterInclude = QStringList{"info"};
+    settings.filterIncludeCs = settings.filterExcludeCs = settings.filterEnabled = true;
+    settings.columnWidths = {{0, 77}, {1, 88}};
+    openWithColumns({FieldLogMessage, FieldModule});
+    ASSERT_EQ(view->shownModel(), view->filteredModel());
+    view->setShowLineNumbers(false);
+    view->resetLayoutAndFilter();
+    EXPECT_EQ(view->fullModel()->columns(), defaultColumnOrder());
+    EXPECT_EQ(view->filteredModel()->columns(), defaultColumnOrder());
+    EXPECT_EQ(settings.columnLayout(), defaultColumnOrder());
+    const int width = view->table()->columnWidth(0);
+    view->table()->resizeColumnToContents(0);
+    EXPECT_EQ(width, view->table()->columnWidth(0));
+    EXPECT_TRUE(view->showLineNumbers());
+    EXPECT_TRUE(view->table()->verticalHeader()->isVisible());
+    EXPECT_EQ(view->shownModel(), view->fullModel());
+    EXPECT_FALSE(child<QCheckBox>("filterBox")->isChecked());
+    EXPECT_FALSE(store->isFiltering());
+    EXPECT_FALSE(store->showFiltered());
+    EXPECT_EQ(settings.filterInclude + settings.filterExclude + settings.levelFilterInclude,
+              QStringList());
+    EXPECT_FALSE(settings.filterIncludeCs || settings.filterExcludeCs || settings.filterEnabled);
+    EXPECT_EQ(view->filterDialog()->includeTexts(), QStringList());
+    EXPECT_FALSE(view->filterDialog()->includeCaseSensitive());
+    EXPECT_EQ(shownColumn(columnOf("LogMessage")), (QStringList{"text 0", "text 1", "text 2"}));
+    restart();
+    EXPECT_EQ(view->fullModel()->columns(), defaultColumnOrder());
+    EXPECT_FALSE(child<QCheckBox>("filterBox")->isChecked());
+}
+
+TEST_F(ShownFieldsTest, WhatWasChangedIsThereAfterARestart)
+{
+    openWithColumns({FieldServiceMsgID, FieldModule, FieldLogMessage});
+    view->setShownFields({FieldLogMessage, FieldModule, FieldTimestamp});
+    view->table()->setColumnWidth(0, 321);
+    view->setMaximumMessages(4711);
+    view->filterSelection();
+    ViewSettings::instance().filterInclude = QStringList{"text"};
+    ViewSettings::instance().filterExclude = QStringList{"a", "b"};
+    ViewSettings::instance().filterExcludeCs = true;
+    view->filterDialog()->reject(); // takes over what the settings say
+    view->setFilter();
+    ViewSettings::instance().timeDisplay = false;
+    restart();
+    EXPECT_EQ(headers(), (QStringList{"LogMessage", "Module", "Timestamp"}));
+    EXPECT_EQ(view->table()->columnWidth(0), 321);
+    EXPECT_EQ(store->maximumMessages(), 4711);
+    EXPECT_TRUE(child<QCheckBox>("filterBox")->isChecked());
+    EXPECT_TRUE(store->isFiltering());
+    EXPECT_EQ(view->shownModel(), view->filteredModel());
+    EXPECT_EQ(view->filterDialog()->includeTexts(), QStringList{"text"});
+    EXPECT_EQ(view->filterDialog()->excludeTexts(), (QStringList{"a", "b"}));
+    EXPECT_TRUE(view->filterDialog()->excludeCaseSensitive());
+    EXPECT_FALSE(ViewSettings::instance().timeDisplay);
+}
+
+TEST_F(ShownFieldsTest, SettingsOfAnOldRunWithOddColumnsGiveASaneTable)
+{
+    const auto item = [](const char* name, int column, int width) {
+        return QStringLiteral("<Item><Name>%1</Name><Column>%2</Column>"
+                              "<ColumnWidth>%3</ColumnWidth>\n</Item>\n")
+            .arg(QLatin1String(name))
+            .arg(column)
+            .arg(width);
+    };
+    for (const QString& items :
+         {QString(), item("LogMessage", 0, 50) + item("LogMessage", 3, 60),
+          item("Gone", 0, 50) + item("Module", 1, 60),
+          item("Module", 2147483647, 2147483647) + item("LogMessage", -5, -7),
+          item("Module", 0, 50) + item("LogMessage", 0, 60),
+          QStringLiteral("<Item><Column>1</Column></Item><Unknown><Item/></Unknown>")}) {
+        QFile file(ViewSettings::filePath());
+        QDir().mkpath(QFileInfo(file).path());
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write("<LogDesk><New>1</New><MaximumLogMessages>5</MaximumLogMessages><TableView>\n" +
+                   items.toUtf8() + "</TableView><FilterInclude>;,a</FilterInclude></LogDesk>");
+        file.close();
+        ViewSettings::instance().reset();
+        ASSERT_TRUE(ViewSettings::instance().read());
+        open(nullptr, true);
+        addNumbered(3);
+        const QList<int> fields = view->fullModel()->columns();
+        EXPECT_FALSE(fields.isEmpty()) << items.toStdString();
+        EXPECT_EQ(fields, view->filteredModel()->columns());
+        EXPECT_EQ(header()->count(), fields.size());
+        for (int column = 0; column < fields.size(); ++column) {
+            EXPECT_GT(view->table()->columnWidth(column), 0) << items.toStdString();
+            EXPECT_FALSE(logFieldName(fields.at(column)).isEmpty());
+            EXPECT_EQ(fields.count(fields.at(column)), 1);
+        }
+        view->setShownFields({FieldLogMessage, FieldModule});
+        EXPECT_EQ(headers(), (QStringList{"LogMessage", "Module"}));
+        view = nullptr;
+        window.reset();
+    }
+}
+
+// --- The mark of what is searched for
+
+TEST_F(ShownFieldsTest, WhileASearchIsActiveEveryMatchIsMarkedUntilItEnds)
+{
+    openWithColumns({FieldLogMessage, FieldModule});
+    const QColor mark(153, 153, 255, 60);
+    const auto marked = [&](int row) {
+        return view->shownModel()->index(row, 0).data(Qt::BackgroundRole).value<QColor>() == mark;
+    };
+    view->search(QStringLiteral("TEXT"), true);
+    EXPECT_TRUE(marked(0) && marked(1) && marked(2));
+    BoxAnswerer boxes;
+    view->search(QStringLiteral("TEXT"), true, Qt::CaseSensitive);
+    EXPECT_EQ(boxes.seen.size(), 1U);
+    EXPECT_FALSE(marked(0) || marked(1) || marked(2)) << "the rule is the last search's";
+    view->search(QStringLiteral("text 1"), false, Qt::CaseSensitive);
+    EXPECT_TRUE(!marked(0) && marked(1) && !marked(2));
+    store->setFilter({"text"}, {}, {}, false, false);
+    child<QCheckBox>("filterBox")->setChecked(true);
+    EXPECT_TRUE(!marked(0) && marked(1) && !marked(2));
+    view->findDialog()->reject();
+    EXPECT_FALSE(store->highlight());
+    EXPECT_FALSE(marked(0) || marked(1) || marked(2));
 }
 
 } // namespace
