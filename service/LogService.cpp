@@ -1,26 +1,183 @@
 #include "service/LogService.h"
 
+#include "logging/LogSvcError.h"
+#include "platform/Trace.h"
+#include "service/ServiceFiles.h"
+
+#include <algorithm>
+#include <exception>
 #include <utility>
 
 namespace zuLogging {
 
-LogService::LogService(SinkList sinks)
-    : LogMessageListener(std::move(sinks))
+namespace {
+
+/// New names of modules are written together.
+constexpr std::chrono::seconds modulesDelay(2);
+
+/// A service that is never idle looks for forgotten buffers after so many messages.
+constexpr unsigned messagesBetweenSweeps = 4096;
+
+bool isSame(const PacketHeader& a, const PacketHeader& b)
 {
+    return a.sequence == b.sequence && a.flags == b.flags;
+}
+
+} // namespace
+
+LogService::LogService(SinkList sinks, const std::string& folder, TransferBuffers::Clock clock)
+    : LogMessageListener(std::move(sinks))
+    , clientCommands_(*this, clock)
+    , decisions_([this](std::u16string_view module) {
+        if (modules_.note(module))
+            worker_.requestDelayedJob();
+    })
+    , files_(folder, clock)
+    , modules_(fileIn(folder, modulesFileName))
+    , configuration_(fileIn(folder, rulesFileName))
+{
+    decisions_.setRules(configuration_.current().rules);
+    configurationText_ = configuration_.current().text;
+    worker_.setDelayedJob([this] { modules_.save(); }, modulesDelay);
     start();
 }
 
 LogService::~LogService()
 {
+    // First the worker: what it has finished is still answered, what comes now is refused.
+    worker_.stop();
     stop();
+    modules_.save();
 }
 
 bool LogService::processForeign(const Packet& request, std::size_t length, Packet& acknowledge)
 {
+    takeFinishedUploads();
     if (request.header().magic != magicLogClient)
         return LogMessageListener::processForeign(request, length, acknowledge);
-    clientCommands_.answer(request, length, acknowledge);
+    if (!clientCommands_.answer(request, length, acknowledge))
+        answerLater();
     return true;
+}
+
+void LogService::idle()
+{
+    takeFinishedUploads();
+    clientCommands_.idle();
+    files_.closeAll();
+    LogMessageListener::idle();
+}
+
+void LogService::woken()
+{
+    takeFinishedUploads();
+}
+
+bool LogService::isWanted(const LogMessageContainerView& container)
+{
+    takeFinishedUploads();
+    if (++messagesSinceSweep_ == messagesBetweenSweeps) {
+        messagesSinceSweep_ = 0;
+        clientCommands_.idle();
+    }
+    const std::optional<LoggingDecision> decision = decisions_.decide(container);
+    if (!decision)
+        return false;
+    if (decision->destination == LoggingDecision::Destination::File &&
+        decision->file != LoggingDecision::noFile)
+        files_.write(decisions_.rules().files()[decision->file], container);
+    return true;
+}
+
+TransferBuffers::Contents LogService::configuration()
+{
+    return {configurationText_, *configurationText_};
+}
+
+TransferBuffers::Contents LogService::modules()
+{
+    const auto list =
+        std::make_shared<const std::string>(modules_.list(decisions_.rules().moduleNames()));
+    return {list, *list};
+}
+
+void LogService::replaceConfiguration(TransferBuffers::Contents contents,
+                                      const PacketHeader& request, std::uint64_t handle)
+{
+    // Whoever waits too long for the answer asks again, and is answered once.
+    const auto isAsked = [&](const Upload& other) {
+        return isSame(other.request, request) && other.handle == handle;
+    };
+    if (std::any_of(uploads_.begin(), uploads_.end(), isAsked))
+        return;
+    if (uploads_.size() >= maximumUploads)
+        throw LogSvcError("Too many logging configurations are waiting already");
+
+    const Upload upload{request, handle, sender()};
+    uploads_.push_back(upload);
+    const bool isPosted = worker_.post(
+        [this, upload, contents = std::move(contents)] { checkUpload(upload, contents.bytes); });
+    if (!isPosted) {
+        uploads_.pop_back();
+        throw LogSvcError("The service is ending");
+    }
+}
+
+/// On the worker's thread.
+void LogService::checkUpload(const Upload& upload, std::string_view text)
+{
+    FinishedUpload finished;
+    finished.upload = upload;
+    try {
+        configuration_.replace(text);
+    } catch (const std::exception& error) {
+        finished.error = error.what();
+        if (finished.error.empty())
+            finished.error = "Unknown error";
+    }
+    finished.version = configuration_.current();
+    {
+        const std::lock_guard<std::mutex> lock(finishedMutex_);
+        finished_.push_back(std::move(finished));
+        hasFinished_.store(true);
+    }
+    wake();
+}
+
+void LogService::takeFinishedUploads()
+{
+    if (!hasFinished_.load())
+        return;
+    std::vector<FinishedUpload> finished;
+    {
+        const std::lock_guard<std::mutex> lock(finishedMutex_);
+        finished.swap(finished_);
+        hasFinished_.store(false);
+    }
+    for (FinishedUpload& one : finished) {
+        const Upload& upload = one.upload;
+        PacketStatus status = PacketStatus::Success;
+        if (one.error.empty()) {
+            decisions_.setRules(one.version.rules);
+            configurationText_ = one.version.text;
+        } else {
+            status = PacketStatus::Failed;
+            platform::trace("Error while processing log protocol requests (negative ack "
+                            "generated): " +
+                            one.error + "\n");
+        }
+        uploads_.erase(std::remove_if(uploads_.begin(), uploads_.end(),
+                                      [&](const Upload& other) {
+                                          return other.handle == upload.handle &&
+                                                 isSame(other.request, upload.request);
+                                      }),
+                       uploads_.end());
+        if (!upload.sender || (upload.request.flags & flagNoAcknowledge) != 0)
+            continue;
+        Packet acknowledge;
+        acknowledge.setHeader(acknowledgeOf(upload.request, status));
+        sendAnswer(acknowledge, *upload.sender);
+    }
 }
 
 } // namespace zuLogging

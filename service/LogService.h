@@ -1,29 +1,93 @@
 #pragma once
 
 #include "logging/LogMessageListener.h"
+#include "service/BackgroundWorker.h"
 #include "service/ClientCommandServer.h"
+#include "service/DecisionCache.h"
+#include "service/LogFiles.h"
+#include "service/ModuleRegistry.h"
+#include "service/ServiceConfiguration.h"
+
+#include <atomic>
+#include <cstdint>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace zuLogging {
 
-/// The log service's socket: takes messages from every application of the machine, numbers them and
-/// hands them to its sinks; adds and removes forwarders; answers the log client protocol on the
-/// same socket, the two being told apart by their magic.
+/// The log service's socket: takes messages from every application of the machine, numbers those
+/// that its configuration lets through and hands them to its sinks; adds and removes forwarders;
+/// answers the log client protocol on the same socket, the two being told apart by their magic.
 ///
 /// Serves from its construction to its destruction. The base class tells where (`boundAddress`);
 /// telling other programs is the business of whoever runs the service.
-class LogService final : public LogMessageListener
+///
+/// Threads: the receiving thread handles every datagram. What takes long, checking and writing a
+/// new configuration and writing the list of modules, is done by a second thread; the receiving
+/// thread puts the result in force and sends the answer, so that every message that arrives behind
+/// the answer is treated by the new rules.
+class LogService final : public LogMessageListener, private ClientCommandServer::Service
 {
 public:
-    /// Throws LogSvcError when there is no socket to be had.
-    explicit LogService(SinkList sinks = {});
+    /// Configurations that wait for being checked; one more is refused.
+    static constexpr std::size_t maximumUploads = 8;
+
+    /// `folder` is where configuration, list of modules and log files are kept; when it is empty,
+    /// the first two are in memory only and there are no log files. Throws LogSvcError when there
+    /// is no socket to be had.
+    explicit LogService(SinkList sinks = {}, const std::string& folder = {},
+                        TransferBuffers::Clock clock = &std::chrono::steady_clock::now);
     ~LogService() override;
 
 protected:
     bool processForeign(const Packet& request, std::size_t length, Packet& acknowledge) override;
+    void idle() override;
+    void woken() override;
     bool assignsServiceIds() const override { return true; }
+    bool isWanted(const LogMessageContainerView& container) override;
 
 private:
+    /// A request to replace the configuration.
+    struct Upload
+    {
+        PacketHeader request;
+        std::uint64_t handle = 0;
+        std::optional<SocketAddress> sender;
+    };
+    struct FinishedUpload
+    {
+        Upload upload;
+        ServiceConfiguration::Version version; ///< what is in force now
+        std::string error;                     ///< empty when that is what was brought
+    };
+
+    TransferBuffers::Contents configuration() override;
+    TransferBuffers::Contents modules() override;
+    void replaceConfiguration(TransferBuffers::Contents contents, const PacketHeader& request,
+                              std::uint64_t handle) override;
+    void checkUpload(const Upload& upload, std::string_view text);
+    void takeFinishedUploads();
+
+    // The receiving thread's own.
     ClientCommandServer clientCommands_;
+    DecisionCache decisions_;
+    LogFiles files_;
+    std::shared_ptr<const std::string> configurationText_;
+    std::vector<Upload> uploads_; ///< being checked
+    unsigned messagesSinceSweep_ = 0;
+
+    ModuleRegistry modules_;
+
+    // The worker's own, once the service runs.
+    ServiceConfiguration configuration_;
+
+    std::mutex finishedMutex_;
+    std::vector<FinishedUpload> finished_;
+    std::atomic<bool> hasFinished_{false};
+
+    BackgroundWorker worker_;
 };
 
 } // namespace zuLogging

@@ -6,9 +6,12 @@
 #include "platform/Desktop.h"
 #include "platform/Process.h"
 #include "platform/SharedMemory.h"
+#include "platform/StoredFile.h"
 #include "platform/Trace.h"
 #include "service/LogService.h"
+#include "service/ServiceFiles.h"
 #include "service/ServicePidFile.h"
+#include "service/StartupFile.h"
 #include "service/TraceLimiter.h"
 
 #include <boost/program_options.hpp>
@@ -84,6 +87,18 @@ private:
     platform::TraceHandler previous_;
 };
 
+/// Where the service keeps its files; empty when there is no such place, which is said.
+std::string usableLogFolder()
+{
+    std::string folder = logFolder();
+    std::string error;
+    if (folder.empty() || platform::makeFolder(folder, error))
+        return folder;
+    platform::trace("warning: cannot make the folder '" + folder +
+                    "', the configuration is kept in memory only: " + error + "\n");
+    return {};
+}
+
 int fail(std::ostream& err, ServiceExit status, const std::string& text)
 {
     err << programName << ": " << text << std::endl;
@@ -98,7 +113,9 @@ int serve(std::ostream& out, std::ostream& err)
     const platform::TerminationWatcher watcher([&ending] { ending.set(); });
     const LimitedTrace trace(err);
 
-    const LogService service;
+    const std::string folder = usableLogFolder();
+    const StartupFile startupFile(fileIn(folder, startupFileName));
+    const LogService service({}, folder);
     const SocketAddress address = service.boundAddress();
 
     platform::SharedMemoryPublisher publisher;

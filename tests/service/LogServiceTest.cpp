@@ -216,7 +216,8 @@ TEST_F(LogServiceSocket, BothProtocolsAreAnsweredOnOneSocket)
         ASSERT_TRUE(foreign);
         EXPECT_EQ(foreign->magic, magicLogClient);
         EXPECT_EQ(foreign->command, 33 | commandAcknowledgeBit);
-        EXPECT_EQ(foreign->status, 1);
+        EXPECT_EQ(foreign->status, 0);
+        EXPECT_EQ(foreign->payloadLength, 8);
 
         const auto own = peer_.ask(service_.address(), magicLogMessage, noOperation);
         ASSERT_TRUE(own);

@@ -7,8 +7,9 @@
 
 namespace zuLogging::test {
 
-RunningService::RunningService(SinkList sinks)
-    : service_(std::move(sinks))
+RunningService::RunningService(SinkList sinks, const std::string& folder,
+                               TransferBuffers::Clock clock)
+    : service_(std::move(sinks), folder, std::move(clock))
 {
     if (publisher_.publish(connectionInfoName(), encodeConnectionInfo(service_.boundAddress())) !=
         platform::SharedMemoryPublisher::Result::Published)

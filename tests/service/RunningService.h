@@ -10,7 +10,9 @@ class RunningService
 {
 public:
     /// `sinks` get every message directly, with nothing between that could lose one.
-    explicit RunningService(SinkList sinks = {});
+    /// `folder`: where the service keeps its configuration; nowhere when it is empty.
+    explicit RunningService(SinkList sinks = {}, const std::string& folder = {},
+                            TransferBuffers::Clock clock = &std::chrono::steady_clock::now);
 
     SocketAddress address() const { return service_.boundAddress(); }
 
