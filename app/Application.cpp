@@ -2,6 +2,7 @@
 
 #include "app/MainView.h"
 #include "config/LogConfigData.h"
+#include "logging/ConnectionInfo.h"
 #include "platform/Desktop.h"
 #include "store/ViewSettings.h"
 
@@ -24,6 +25,7 @@ void createMainView(MainViewHolder& holder)
     try {
         // Once more than at the start of the program: whatever makes a window shows it by the file.
         ViewSettings::instance().read();
+        readConnectionInfo(); // a service that cannot be found ends the start
         LogConfigData::instance()->loadConfiguration(QString());
         holder = std::make_shared<MainView>(&holder);
         holder->show();

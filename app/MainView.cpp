@@ -4,8 +4,12 @@
 #include "app/WindowGeometry.h"
 #include "config/LogConfigData.h"
 #include "config/LogConfigView.h"
+#include "config/PreferencesDialog.h"
+#include "logging/LogSvcError.h"
+#include "platform/DataDirectory.h"
 #include "platform/Desktop.h"
 #include "store/LogContainer.h"
+#include "store/LogField.h"
 #include "store/LogTableModel.h"
 #include "store/ViewSettings.h"
 #include "view/FilterDialog.h"
@@ -13,15 +17,19 @@
 #include "view/GoToDialog.h"
 #include "view/LogMessageView.h"
 #include "view/LogTableView.h"
+#include "view/SettingsDialog.h"
 
 #include <QAction>
 #include <QCloseEvent>
 #include <QDesktopServices>
 #include <QDockWidget>
+#include <QFileDialog>
 #include <QGuiApplication>
+#include <QMap>
 #include <QMenu>
 #include <QMenuBar>
 #include <QMessageBox>
+#include <QPointer>
 #include <QScreen>
 #include <QSignalBlocker>
 #include <QStatusBar>
@@ -32,6 +40,12 @@ namespace zuLogging {
 namespace {
 
 const char helpAddress[] = "https://docs.arvenza.example/logdesk/%1/user-guide/";
+
+/// Where the service keeps its own documents; the current folder where there is no data directory.
+QString configurationDirectory()
+{
+    return QString::fromStdString(platform::dataFilePath("log"));
+}
 
 void setCheckedSilently(QAction* action, bool checked)
 {
@@ -155,6 +169,10 @@ void MainView::createActions()
     autoScrollAction_ =
         newSwitch(tr("AutoScroll"), tr("Enable / disable automatic scrolling during logging"),
                   settings.autoScrollEnabled, &MainView::autoScrollChanged);
+    settingsAction_ = newCommand(tr("Logging view settings..."), QStringLiteral(":/config.png"),
+                                 tr("Configure the logging view"), &MainView::configureSettings);
+    preferencesAction_ = newCommand(tr("Preferences..."), QString(), tr("Service preferences"),
+                                    &MainView::configurePreferences);
     clearAction_ = newCommand(tr("Clear log"), QStringLiteral(":/clearText.png"),
                               tr("Clear the log window"), &MainView::clearLogMessages);
     saveViewAction_ = newCommand(tr("Save log view..."), QStringLiteral(":/saveText.png"),
@@ -169,6 +187,13 @@ void MainView::createActions()
     secondsAction_ = newSwitch(tr("Seconds since beginning of logging"),
                                tr("Seconds since beginning of logging"), !settings.timeDisplay,
                                &MainView::timeInSecondsChanged);
+    openConfigAction_ = newCommand(tr("Open config..."), QStringLiteral(":/open.png"),
+                                   tr("Open a configuration file"), &MainView::openConfigFile);
+    resetConfigAction_ = newCommand(tr("Reset config file"), QString(),
+                                    tr("Reset the configuration file"), &MainView::resetFile);
+    replayAction_ = newCommand(tr("Replay && start history"), QStringLiteral(":/replay.png"),
+                               tr("Allows to request replay of recorded log history"),
+                               &MainView::replayLogHistory);
     startAction_ = newCommand(tr("Start logging"), QStringLiteral(":/startLogging.png"),
                               tr("Start logging"), &MainView::startLogging);
     stopAction_ = newCommand(tr("Stop logging"), QStringLiteral(":/stopLogging.png"),
@@ -176,10 +201,14 @@ void MainView::createActions()
     stopAction_->setEnabled(false);
     resizeRowsAction_ = newSwitch(tr("Resize rows"), tr("Resizes the rows to contents"), false,
                                   &MainView::resizeRowsChanged);
+    resetViewAction_ = newCommand(tr("Reset view to default"), QString(),
+                                  tr("Reset the view to default"), &MainView::resetViewSettings);
     saveJsonAction_ =
         newCommand(tr("Save log as JSON..."), QStringLiteral(":/saveJSON.png"),
                    tr("Save the complete log to JSON file"), &MainView::saveLogAsJSON);
     saveJsonAction_->setShortcut(QKeySequence::Save);
+    loadJsonAction_ = newCommand(tr("Load log from JSON..."), QStringLiteral(":/openJSON.png"),
+                                 tr("Loads the log from JSON file"), &MainView::loadLogFromJSON);
     copyAction_ = newCommand(tr("Copy"), QStringLiteral(":/copySelection.png"),
                              tr("Copy selection to clipboard"), &MainView::selectionClipboard);
     copyAction_->setShortcut(QKeySequence::Copy);
@@ -192,17 +221,23 @@ void MainView::createActions()
 void MainView::createMenus()
 {
     QMenu* file = menuBar()->addMenu(tr("&File"));
-    file->addActions({saveJsonAction_, saveViewAction_, clearAction_});
+    file->addActions({openConfigAction_, resetConfigAction_});
+    file->addSeparator();
+    file->addActions({loadJsonAction_, saveJsonAction_, saveViewAction_, clearAction_});
     file->addSeparator();
     file->addAction(exitAction_);
     menuBar()->addSeparator();
 
     QMenu* edit = menuBar()->addMenu(tr("&Edit"));
     edit->addActions({copyAction_, copyAllAction_});
+    edit->addSeparator();
+    edit->addAction(settingsAction_);
+    edit->addSeparator();
+    edit->addAction(preferencesAction_);
     menuBar()->addSeparator();
 
     QMenu* log = menuBar()->addMenu(tr("&Log"));
-    log->addActions({startAction_, stopAction_});
+    log->addActions({startAction_, stopAction_, replayAction_});
     menuBar()->addSeparator();
 
     QMenu* searchMenu = menuBar()->addMenu(tr("&Search"));
@@ -215,7 +250,9 @@ void MainView::createMenus()
     view->addSeparator();
     view->addMenu(tr("Time Display Format"))->addActions({dateAndTimeAction_, secondsAction_});
     view->addSeparator();
-    view->addActions({autoScrollAction_, resizeRowsAction_});
+    view->addActions({settingsAction_, autoScrollAction_, resizeRowsAction_});
+    view->addSeparator();
+    view->addAction(resetViewAction_);
     menuBar()->addSeparator();
 
     QMenu* help = menuBar()->addMenu(tr("&Help"));
@@ -270,6 +307,29 @@ void MainView::autoScrollChanged()
         messageView_->table()->setAutoScroll(on);
     }
     ViewSettings::instance().autoScrollEnabled = on;
+}
+
+void MainView::configureSettings()
+{
+    if (!messageView_)
+        return;
+    const LogTableModel& model = *messageView_->fullModel();
+    const QList<int> columns = model.columns();
+    QMap<int, int> positions;
+    for (const int field : defaultColumnOrder())
+        positions.insert(field, columns.indexOf(field));
+    // On the heap: the window, and the dialog with it, may go while it is open.
+    const QPointer<SettingsDialog> dialog = new SettingsDialog(
+        store_->maximumMessages(), positions, messageView_->showLineNumbers(), this);
+    const bool accepted = dialog->exec() == QDialog::Accepted;
+    if (!dialog)
+        return;
+    dialog->deleteLater();
+    if (!accepted)
+        return;
+    messageView_->setShowLineNumbers(dialog->showLineNumbers());
+    messageView_->setShownFields(dialog->resultOrder());
+    messageView_->setMaximumMessages(dialog->maximumMessages());
 }
 
 void MainView::clearLogMessages()
@@ -344,6 +404,52 @@ void MainView::timeInSecondsChanged()
     applyTimeDisplay(!seconds);
 }
 
+void MainView::openConfigFile()
+{
+    const QString path = QFileDialog::getOpenFileName(
+        this, tr("Open Config File"), configurationDirectory(), tr("Configuration files (*.json)"));
+    const QString error = LogConfigData::instance()->loadConfiguration(path);
+    // Also after a failure: the load has replaced both models.
+    configView_->showModel();
+    if (!error.isEmpty())
+        QMessageBox::warning(configView_, tr("Open File"), error, QMessageBox::Ok);
+    configView_->markModified();
+}
+
+void MainView::resetFile()
+{
+    configView_->resetConfiguration();
+    configView_->markModified();
+}
+
+void MainView::configurePreferences()
+{
+    const QPointer<PreferencesDialog> dialog = new PreferencesDialog(this);
+    const bool accepted = dialog->exec() == QDialog::Accepted;
+    if (!dialog)
+        return;
+    dialog->deleteLater();
+    if (accepted)
+        QMessageBox::information(this, tr("Preferences"),
+                                 tr("For the preferences to take effect, reboot your system."),
+                                 QMessageBox::Ok);
+}
+
+void MainView::replayLogHistory()
+{
+    if (!messageView_)
+        return;
+    const QPointer<MainView> self(this);
+    messageView_->startLoggingClicked(true);
+    if (!self)
+        return;
+    try {
+        store_->requestReplay();
+    } catch (const LogSvcError& error) {
+        QMessageBox::warning(this, tr("Start Logging"), QString::fromUtf8(error.what()));
+    }
+}
+
 void MainView::startLogging()
 {
     if (messageView_)
@@ -368,10 +474,30 @@ void MainView::updateView()
         messageView_->update();
 }
 
+void MainView::resetViewSettings()
+{
+    if (!messageView_)
+        return;
+    messageView_->resetLayoutAndFilter();
+    dateAndTimeAction_->setChecked(true);
+    resizeRowsAction_->setChecked(false);
+    autoScrollAction_->setChecked(false);
+    userModeAction_->setChecked(true);
+    configurationAction_->setChecked(false);
+    // Last, since it may ask: the answer decides on nothing else.
+    messageView_->setMaximumMessages(ViewSettings::defaultMaximumLogMessages);
+}
+
 void MainView::saveLogAsJSON()
 {
     if (messageView_)
         messageView_->saveLogMessagesToJSONClicked();
+}
+
+void MainView::loadLogFromJSON()
+{
+    if (messageView_)
+        messageView_->loadLogMessagesFromJSON();
 }
 
 void MainView::messageViewClipboard()

@@ -39,8 +39,7 @@ public:
     bool isConfigurationModified() const override;
     QAction* filterAction() const override { return filterAction_; }
     QAction* resizeRowsAction() const override { return resizeRowsAction_; }
-    /// Null: replaying the recorded history is not offered yet.
-    QAction* replayAction() const override { return nullptr; }
+    QAction* replayAction() const override { return replayAction_; }
     QAction* startAction() const override { return startAction_; }
     QAction* stopAction() const override { return stopAction_; }
     QAction* dateAndTimeAction() const override { return dateAndTimeAction_; }
@@ -53,6 +52,8 @@ public Q_SLOTS:
     void search();
     void filter();
     void autoScrollChanged();
+    /// Runs the view settings dialog and applies what was accepted.
+    void configureSettings();
     void clearLogMessages();
     void saveLogMessages();
     void userModeChanged();
@@ -60,11 +61,22 @@ public Q_SLOTS:
     void goToLine();
     void dateAndTimeChanged();
     void timeInSecondsChanged();
+    /// A cancelled file dialog reads the configuration from the service again.
+    void openConfigFile();
+    void resetFile();
+    void configurePreferences();
+    /// Starts logging with the recorded history first, and asks for that history once more by the
+    /// listener's own address. After a failed start there is no listener, and nothing is asked.
+    void replayLogHistory();
     void startLogging();
     void stopLogging();
     void resizeRowsChanged();
     void updateView();
+    /// The view settings' defaults, and what the window shows with them. Keeps the row limit when
+    /// the user does not want messages truncated.
+    void resetViewSettings();
     void saveLogAsJSON();
+    void loadLogFromJSON();
     void messageViewClipboard();
     void selectionClipboard();
     /// "MAJOR.MINOR" of the product's version.
@@ -103,16 +115,23 @@ private:
     QAction* aboutAction_ = nullptr;
     QAction* configurationAction_ = nullptr;
     QAction* autoScrollAction_ = nullptr;
+    QAction* settingsAction_ = nullptr;
+    QAction* preferencesAction_ = nullptr;
     QAction* clearAction_ = nullptr;
     QAction* saveViewAction_ = nullptr;
     QAction* userModeAction_ = nullptr;
     QAction* expertModeAction_ = nullptr;
     QAction* dateAndTimeAction_ = nullptr;
     QAction* secondsAction_ = nullptr;
+    QAction* openConfigAction_ = nullptr;
+    QAction* resetConfigAction_ = nullptr;
+    QAction* replayAction_ = nullptr;
     QAction* startAction_ = nullptr;
     QAction* stopAction_ = nullptr;
     QAction* resizeRowsAction_ = nullptr;
+    QAction* resetViewAction_ = nullptr;
     QAction* saveJsonAction_ = nullptr;
+    QAction* loadJsonAction_ = nullptr;
     QAction* copyAction_ = nullptr;
     QAction* copyAllAction_ = nullptr;
 

@@ -5,11 +5,12 @@
 #include "config/LogConfigData.h"
 #include "config/LogConfigView.h"
 #include "logging/ConnectionInfo.h"
+#include "logging/LogMessageListener.h"
+#include "logging/LogSvcError.h"
 #include "platform/SharedMemory.h"
 #include "store/LogContainer.h"
 #include "store/ViewSettings.h"
 #include "tests/app/MessageBoxWaiter.h"
-#include "tests/support/ListenerUnderTest.h"
 #include "tests/support/TestEnvironment.h"
 #include "view/LogMessageView.h"
 
@@ -19,20 +20,19 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <memory>
+#include <mutex>
+#include <vector>
 
 namespace zuLogging::test {
 
-/// A log service on this thread's machine that numbers messages and takes subscriptions, and can be
-/// found through the test's own connection info.
+/// A log service that numbers messages, takes subscriptions and has no configuration to offer. It
+/// can be found through the test's own connection info.
 class PublishedService
 {
 public:
-    PublishedService()
-        : listener_({}, true)
-    {
-        publish(listener_.boundAddress());
-    }
+    PublishedService() { publish(listener_.boundAddress()); }
 
     /// Has the connection info name another address.
     void publish(const platform::SocketAddress& address)
@@ -43,10 +43,60 @@ public:
             << publisher_.error();
     }
 
-    std::size_t subscribers() const { return listener_.sinkCount(); }
+    std::size_t subscribers() const { return listener_.sinkCount.load(); }
+    /// Answers this command with a negative acknowledge from now on.
+    void refuse(LogMessageCommand command) { listener_.refused = static_cast<int>(command); }
+    /// The commands that it was sent, with the messages left out.
+    std::vector<int> commands() const
+    {
+        const std::lock_guard<std::mutex> lock(listener_.mutex);
+        return listener_.commands;
+    }
 
 private:
-    ListenerUnderTest listener_;
+    class Listener final : public LogMessageListener
+    {
+    public:
+        Listener()
+            : LogMessageListener(SinkList{})
+        {
+            start();
+        }
+        ~Listener() override { stop(); }
+
+        std::atomic<std::size_t> sinkCount{0};
+        std::atomic<int> refused{0};
+        mutable std::mutex mutex;
+        std::vector<int> commands; ///< under the mutex
+
+    protected:
+        bool assignsServiceIds() const override { return true; }
+        bool processForeign(const Packet& request, std::size_t, Packet& acknowledge) override
+        {
+            remember(request);
+            acknowledge.setHeader(acknowledgeOf(request.header(), PacketStatus::Failed));
+            return true;
+        }
+        void process(const Packet& request, std::size_t length, Packet& acknowledge) override
+        {
+            remember(request);
+            if (request.header().command == refused)
+                throw LogSvcError("no");
+            LogMessageListener::process(request, length, acknowledge);
+            sinkCount = sinks().size();
+        }
+
+    private:
+        void remember(const Packet& request)
+        {
+            const int command = request.header().command;
+            const std::lock_guard<std::mutex> lock(mutex);
+            if (command != static_cast<int>(LogMessageCommand::Message))
+                commands.push_back(command);
+        }
+    };
+
+    Listener listener_;
     platform::SharedMemoryPublisher publisher_;
 };
 
@@ -54,7 +104,17 @@ private:
 class AppFixture : public ::testing::Test
 {
 protected:
-    void SetUp() override { forget(); }
+    void SetUp() override
+    {
+        // The configuration object is made once a process, and only where a service can be found.
+        try {
+            LogConfigData::instance();
+        } catch (const LogSvcError&) {
+            const PublishedService service;
+            LogConfigData::instance();
+        }
+        forget();
+    }
     void TearDown() override
     {
         LogConfigData::instance()->setModified(false);

@@ -103,6 +103,8 @@ TEST_F(MainMenu, TheActionsAreThoseOfTheTableInItsOrder)
         {"Configuration", false, "Show / hide the configuration", none, true, false, true},
         {"AutoScroll", false, "Enable / disable automatic scrolling during logging", none, true,
          false, true},
+        {"Logging view settings...", true, "Configure the logging view", none, false, false, true},
+        {"Preferences...", false, "Service preferences", none, false, false, true},
         {"Clear log", true, "Clear the log window", none, false, false, true},
         {"Save log view...", true, "Save the current log view to text file (inclusive filter)",
          none, false, false, true},
@@ -111,11 +113,17 @@ TEST_F(MainMenu, TheActionsAreThoseOfTheTableInItsOrder)
         {"Date and Time", false, "Date and Time", none, true, true, true},
         {"Seconds since beginning of logging", false, "Seconds since beginning of logging", none,
          true, false, true},
+        {"Open config...", true, "Open a configuration file", none, false, false, true},
+        {"Reset config file", false, "Reset the configuration file", none, false, false, true},
+        {"Replay && start history", true, "Allows to request replay of recorded log history", none,
+         false, false, true},
         {"Start logging", true, "Start logging", none, false, false, true},
         {"Stop logging", true, "Stop logging", none, false, false, false},
         {"Resize rows", false, "Resizes the rows to contents", none, true, false, true},
+        {"Reset view to default", false, "Reset the view to default", none, false, false, true},
         {"Save log as JSON...", true, "Save the complete log to JSON file",
          QKeySequence(QKeySequence::Save), false, false, true},
+        {"Load log from JSON...", true, "Loads the log from JSON file", none, false, false, true},
         {"Copy", true, "Copy selection to clipboard", QKeySequence(QKeySequence::Copy), false,
          false, true},
         {"Copy all", true, "Copy current log view to clipboard",
@@ -149,11 +157,15 @@ TEST_F(MainMenu, EachIconIsTheOneOfItsCommand)
         {"Find...", ":/search.png"},
         {"&Logging GUI User Guide", ":/questionmark.png"},
         {"&About", ":/logging.png"},
+        {"Logging view settings...", ":/config.png"},
         {"Clear log", ":/clearText.png"},
         {"Save log view...", ":/saveText.png"},
+        {"Open config...", ":/open.png"},
+        {"Replay && start history", ":/replay.png"},
         {"Start logging", ":/startLogging.png"},
         {"Stop logging", ":/stopLogging.png"},
         {"Save log as JSON...", ":/saveJSON.png"},
+        {"Load log from JSON...", ":/openJSON.png"},
         {"Copy", ":/copySelection.png"},
         {"Copy all", ":/copy.png"},
     };
@@ -196,6 +208,10 @@ TEST_F(MainMenu, TheMenusHoldTheirEntriesInOrder)
     }
     const QStringList expected = {
         QStringLiteral("&File"),
+        QStringLiteral("  Open config..."),
+        QStringLiteral("  Reset config file"),
+        QStringLiteral("  -"),
+        QStringLiteral("  Load log from JSON..."),
         QStringLiteral("  Save log as JSON..."),
         QStringLiteral("  Save log view..."),
         QStringLiteral("  Clear log"),
@@ -205,10 +221,15 @@ TEST_F(MainMenu, TheMenusHoldTheirEntriesInOrder)
         QStringLiteral("&Edit"),
         QStringLiteral("  Copy"),
         QStringLiteral("  Copy all"),
+        QStringLiteral("  -"),
+        QStringLiteral("  Logging view settings..."),
+        QStringLiteral("  -"),
+        QStringLiteral("  Preferences..."),
         QStringLiteral("="),
         QStringLiteral("&Log"),
         QStringLiteral("  Start logging"),
         QStringLiteral("  Stop logging"),
+        QStringLiteral("  Replay && start history"),
         QStringLiteral("="),
         QStringLiteral("&Search"),
         QStringLiteral("  Find..."),
@@ -225,8 +246,11 @@ TEST_F(MainMenu, TheMenusHoldTheirEntriesInOrder)
         QStringLiteral("    Date and Time"),
         QStringLiteral("    Seconds since beginning of logging"),
         QStringLiteral("  -"),
+        QStringLiteral("  Logging view settings..."),
         QStringLiteral("  AutoScroll"),
         QStringLiteral("  Resize rows"),
+        QStringLiteral("  -"),
+        QStringLiteral("  Reset view to default"),
         QStringLiteral("="),
         QStringLiteral("&Help"),
         QStringLiteral("  &Logging GUI User Guide"),
@@ -246,15 +270,18 @@ TEST_F(MainMenu, TheSlotsKeepTheirOrder)
     EXPECT_EQ(slotNames.join(QLatin1Char(' ')),
               QStringLiteral(
                   "about openHelp configViewChanged search filter autoScrollChanged "
-                  "clearLogMessages saveLogMessages userModeChanged expertModeChanged "
-                  "goToLine dateAndTimeChanged timeInSecondsChanged startLogging "
-                  "stopLogging resizeRowsChanged updateView saveLogAsJSON messageViewClipboard "
-                  "selectionClipboard GetARZVersionString shutDown"));
+                  "configureSettings clearLogMessages saveLogMessages userModeChanged "
+                  "expertModeChanged goToLine dateAndTimeChanged timeInSecondsChanged "
+                  "openConfigFile resetFile configurePreferences replayLogHistory startLogging "
+                  "stopLogging resizeRowsChanged updateView resetViewSettings saveLogAsJSON "
+                  "loadLogFromJSON messageViewClipboard selectionClipboard GetARZVersionString "
+                  "shutDown"));
 }
 
-TEST_F(MainMenu, StopLoggingStartsDisabledAndStartLoggingStartsEnabled)
+TEST_F(MainMenu, StopLoggingStartsDisabledAndTheTwoStartsEnabled)
 {
     openWindow();
+    EXPECT_TRUE(action("Replay && start history")->isEnabled());
     EXPECT_FALSE(action("Stop logging")->isEnabled());
     EXPECT_TRUE(action("Start logging")->isEnabled());
 }
@@ -268,7 +295,7 @@ TEST_F(MainMenu, TheViewGetsTheActionsThatItKeepsInStep)
     EXPECT_EQ(holder->stopAction(), action("Stop logging"));
     EXPECT_EQ(holder->dateAndTimeAction(), action("Date and Time"));
     EXPECT_EQ(holder->secondsAction(), action("Seconds since beginning of logging"));
-    EXPECT_EQ(holder->replayAction(), nullptr);
+    EXPECT_EQ(holder->replayAction(), action("Replay && start history"));
 }
 
 TEST_F(MainMenu, StartAndStopLoggingDriveTheStoreAndTheActions)
@@ -421,7 +448,7 @@ TEST_F(MainMenu, ConfigurationShowsAndHidesTheFloatingWindowToo)
 {
     ViewSettings::instance().configurationEnabled = true;
     openWindow();
-    holder->configView()->dock()->setFloating(true);
+    holder->configView()->floatingButtonClicked();
     QWidget* floating = holder->configView()->floatingWindow();
     ASSERT_NE(floating, nullptr);
     action("Configuration")->trigger();

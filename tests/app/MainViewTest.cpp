@@ -224,7 +224,7 @@ TEST_F(MainViewTest, ShutDownClosesTheFloatingConfigurationWindowAndKeepsItsSett
 {
     ViewSettings::instance().configurationEnabled = true;
     MainView& window = openWindow();
-    window.configView()->dock()->setFloating(true);
+    window.configView()->floatingButtonClicked();
     QWidget* floating = window.configView()->floatingWindow();
     ASSERT_NE(floating, nullptr);
     EXPECT_TRUE(floating->isVisible());
