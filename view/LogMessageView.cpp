@@ -465,13 +465,18 @@ void LogMessageView::applyRememberedWidths()
             table_->setColumnWidth(width.key(), width.value());
 }
 
-void LogMessageView::resizeEvent(QResizeEvent* event)
+void LogMessageView::fitColumnsOrRemember()
 {
-    QWidget::resizeEvent(event);
     fitColumns();
     // With no row there is nothing to fit: so the widths of the last run reach the first rows.
     if (shownModel()->rowCount() == 0)
         applyRememberedWidths();
+}
+
+void LogMessageView::resizeEvent(QResizeEvent* event)
+{
+    QWidget::resizeEvent(event);
+    fitColumnsOrRemember();
 }
 
 void LogMessageView::horizontalHeaderChanged(int, int, int)
@@ -567,6 +572,9 @@ void LogMessageView::stopLoggingClicked()
 
 void LogMessageView::updateViewAfterStop()
 {
+    // The store also tells it when nothing ran, as the window closes: then the widths are as the
+    // user left them.
+    const bool hadBegun = !startButton_->isEnabled();
     refresh();
     if (host_) {
         setActionEnabled(host_->filterAction(), true);
@@ -576,7 +584,8 @@ void LogMessageView::updateViewAfterStop()
     stopButton_->setEnabled(false);
     tellHostButtonStates();
     updateTimer_->stop();
-    fitColumns();
+    if (hadBegun)
+        fitColumnsOrRemember();
     showStatus(QString());
     setWaitingForStop(false);
     updateView();

@@ -137,6 +137,7 @@ private:
     void showModel(LogTableModel* model);
     void switchResizeRows(bool on);
     void fitColumns();
+    void fitColumnsOrRemember();
     void stretchLastColumn();
     QMap<int, int> chosenWidths() const;
     void applyRememberedWidths();

@@ -1,6 +1,7 @@
 #include "app/MainView.h"
 
 #include "app/WindowGeometry.h"
+#include "logging/LogMessage.h"
 #include "store/LogTableModel.h"
 #include "tests/app/AppFixture.h"
 #include "tests/support/FakeLogServer.h"
@@ -208,6 +209,24 @@ TEST_F(MainViewTest, ClosingWhileMaximisedStoresTrueAndClosingWhileNormalStoresF
     EXPECT_FALSE(ViewSettings::instance().maximizedScreen);
     holder.reset();
     EXPECT_FALSE(ViewSettings::instance().maximizedScreen);
+}
+
+TEST_F(MainViewTest, ClosingKeepsTheColumnWidthsThatTheUserSet)
+{
+    for (const bool hasRows : {false, true}) {
+        MainView& window = openWindow();
+        if (hasRows) {
+            auto message = std::make_shared<LogMessage>(1, 1, 1, 1, 8, u"pos", u"module", u"group",
+                                                        u"text", 1, 1);
+            message->renderTimestamp();
+            window.messageView()->fullModel()->addMessage(message);
+            window.messageView()->updateView();
+        }
+        window.messageView()->table()->setColumnWidth(2, 237);
+        EXPECT_TRUE(window.close());
+        holder.reset();
+        EXPECT_EQ(ViewSettings::instance().columnWidths.value(2), 237) << hasRows;
+    }
 }
 
 TEST_F(MainViewTest, TheMaximisedStateIsInTheFileWhenTheWindowIsGone)
