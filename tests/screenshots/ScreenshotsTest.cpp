@@ -6,6 +6,7 @@
 #include "config/TableModel.h"
 #include "config/TreeModel.h"
 #include "logging/LogMessage.h"
+#include "service/ServicePidFile.h"
 #include "store/LogContainer.h"
 #include "store/LogField.h"
 #include "store/LogTableModel.h"
@@ -171,6 +172,7 @@ protected:
 private:
     QString folder_;
     std::unique_ptr<RunningService> service_;
+    const ServicePidFile pidFile_; ///< by which the window sees that the service runs
 };
 
 } // namespace
@@ -238,6 +240,19 @@ TEST_F(Screenshots, TheConfigurationInExpertMode)
     window.configView()->treeView()->expandAll();
     window.configView()->treeView()->resizeColumnToContents(0);
     shoot(window, "configuration-expert");
+}
+
+TEST_F(Screenshots, TheModuleDialog)
+{
+    LogConfigView& view = *openWindow().configView();
+    const TableModel& model = *LogConfigData::instance()->tableModel();
+    InsertConfigDialog dialog(&view, model.index(1, 0), LogConfigData::instance()->moduleNames(),
+                              LogConfigData::levelNames(), LogConfigData::destinationNames(),
+                              LogConfigData::attributeIds(), LogConfigData::attributeOps(),
+                              {{QStringLiteral("value"), QStringLiteral("payment")},
+                               {QStringLiteral("level"), QStringLiteral("debug")}},
+                              false, false, nullptr);
+    shoot(dialog, "module");
 }
 
 TEST_F(Screenshots, ThePreferences)
