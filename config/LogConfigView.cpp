@@ -619,8 +619,10 @@ void LogConfigView::insertModule()
     if (!accepted || !model)
         return;
     model->addModuleRow(current.row(), module, level);
-    if (tableView_->model() == model)
+    if (tableView_->model() == model) {
+        tableView_->resizeColumnsToContents(); // the new name is to be read
         tableView_->selectRow(model->rowCount() - 1);
+    }
     markModified();
 }
 
@@ -722,6 +724,7 @@ void LogConfigView::modifyModule(const QModelIndex& index)
     if (!accepted || !current.isValid() || model == nullptr || current.model() != model)
         return;
     model->modifyRow(current.row(), module, level);
+    tableView_->resizeColumnsToContents();
     markModified();
 }
 

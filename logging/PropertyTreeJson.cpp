@@ -16,11 +16,17 @@ namespace {
 
 namespace pt = boost::property_tree;
 
-/// The deepest nesting of arrays and objects, whatever else is wrong with the text.
-int depthOf(std::string_view json)
+/// What a text would make of a tree, whatever else is wrong with it.
+struct Extent
 {
+    int depth = 0;          ///< of nested arrays and objects
+    std::size_t values = 0; ///< at least as many as there are: they begin behind a bracket or comma
+};
+
+Extent extentOf(std::string_view json)
+{
+    Extent extent;
     int depth = 0;
-    int deepest = 0;
     bool inText = false;
     for (std::size_t i = 0; i < json.size(); ++i) {
         const char c = json[i];
@@ -32,12 +38,15 @@ int depthOf(std::string_view json)
         } else if (c == '"') {
             inText = true;
         } else if (c == '{' || c == '[') {
-            deepest = std::max(deepest, ++depth);
+            extent.depth = std::max(extent.depth, ++depth);
+            ++extent.values;
         } else if (c == '}' || c == ']') {
             --depth;
+        } else if (c == ',') {
+            ++extent.values;
         }
     }
-    return deepest;
+    return extent;
 }
 
 void requireObject(std::string_view json)
@@ -84,8 +93,11 @@ PropertyTree readFile(const std::string& path, PropertyTree (*read)(std::string_
 
 PropertyTree readPropertyTree(std::string_view json)
 {
-    if (depthOf(json) > maximumJsonDepth)
+    const Extent extent = extentOf(json);
+    if (extent.depth > maximumJsonDepth)
         throw pt::json_parser_error("nested too deep", "", 0);
+    if (extent.values > maximumJsonValues)
+        throw pt::json_parser_error("too many values", "", 0);
     PropertyTree tree;
     std::istringstream stream{std::string(json)};
     pt::read_json(stream, tree);

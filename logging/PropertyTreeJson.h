@@ -14,13 +14,16 @@ using PropertyTree = boost::property_tree::ptree;
 /// choose how much stack it takes.
 inline constexpr int maximumJsonDepth = 512;
 
+/// Values and members of a text: each takes a few hundred bytes in a tree, for a few bytes of text.
+inline constexpr std::size_t maximumJsonValues = 1000000;
+
 /// Longer files are not read: a tree takes a multiple of its text's memory.
 inline constexpr std::size_t maximumJsonFileSize = std::size_t{64} << 20;
 
 /// Reads a JSON text (UTF-8, with or without a byte order mark). Every value becomes a string,
 /// members keep their order and may be there twice, array elements have an empty key. Throws
-/// boost::property_tree::ptree_error for a text that is not JSON or nests deeper than
-/// maximumJsonDepth.
+/// boost::property_tree::ptree_error for a text that is not JSON, nests deeper than
+/// maximumJsonDepth or has more than maximumJsonValues.
 PropertyTree readPropertyTree(std::string_view json);
 
 /// The same for a file. Throws boost::property_tree::ptree_error also when it cannot be read, is no

@@ -11,41 +11,6 @@
 
 namespace zuLogging {
 
-namespace {
-
-constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
-
-bool isObject(std::string_view text)
-{
-    if (text.substr(0, byteOrderMark.size()) == byteOrderMark)
-        text.remove_prefix(byteOrderMark.size());
-    const std::size_t first = text.find_first_not_of(" \t\r\n");
-    return first != std::string_view::npos && text[first] == '{';
-}
-
-/// At least as many values and members as the text has: they begin behind a bracket or a comma.
-std::size_t valuesOf(std::string_view text)
-{
-    std::size_t count = 0;
-    bool inText = false;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const char c = text[i];
-        if (inText) {
-            if (c == '\\')
-                ++i;
-            else if (c == '"')
-                inText = false;
-        } else if (c == '"') {
-            inText = true;
-        } else if (c == '{' || c == '[' || c == ',') {
-            ++count;
-        }
-    }
-    return count;
-}
-
-} // namespace
-
 const char* ServiceConfiguration::defaultText()
 {
     return R"({"parameters":{"level":"debug","destination":"logsvc"}})";
@@ -72,12 +37,10 @@ ServiceConfiguration::ServiceConfiguration(std::string path)
 
 ServiceConfiguration::Version ServiceConfiguration::read(std::string_view text)
 {
-    if (text.size() > maximumSize || valuesOf(text) > maximumValues)
+    if (text.size() > maximumSize)
         throw LogSvcError("The logging configuration is too large");
-    if (!isObject(text))
-        throw LogSvcError("The logging configuration is not a JSON object");
     Version version;
-    version.rules = std::make_shared<const LoggingRules>(readPropertyTree(text));
+    version.rules = std::make_shared<const LoggingRules>(readPropertyTreeObject(text));
     version.text = std::make_shared<const std::string>(text);
     return version;
 }

@@ -23,8 +23,6 @@ class ServiceConfiguration
 {
 public:
     static constexpr std::size_t maximumSize = std::size_t{16} << 20;
-    /// Values and members of a document. Each takes a few hundred bytes while the text is read.
-    static constexpr std::size_t maximumValues = 1000000;
 
     /// One configuration. Immutable: any thread.
     struct Version
@@ -44,8 +42,8 @@ public:
     const Version& current() const { return current_; }
 
     /// Checks `text`, writes the file and puts the new version in force. Throws LogSvcError, or
-    /// what a lack of memory throws; the old version stays in force then, and in the file. Takes
-    /// time.
+    /// what the reader of the text or a lack of memory throws; the old version stays in force then,
+    /// and in the file. Takes time.
     void replace(std::string_view text);
 
 private:

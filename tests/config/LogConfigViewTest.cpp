@@ -1214,6 +1214,24 @@ TEST_F(LogConfigViewTest, ModifyWritesTheModuleAndTheLevelOfTheRow)
     expectMarked(true);
 }
 
+TEST_F(LogConfigViewTest, ALongNameThatWasEnteredIsShownWhole)
+{
+    openUser();
+    const QTableView& shown = *view->tableView();
+    const auto areWhole = [&] {
+        return shown.columnWidth(0) >=
+               static_cast<const QAbstractItemView&>(shown).sizeHintForColumn(0);
+    };
+    fillIn({{"value", "an inserted module with a long name"}, {"level", "err"}});
+    selectRow(1);
+    view->insertClicked();
+    EXPECT_TRUE(areWhole());
+    fillIn({{"value", "a module that was renamed to something longer still"}, {"level", "err"}});
+    selectRow(2);
+    view->modifyClicked();
+    EXPECT_TRUE(areWhole());
+}
+
 TEST_F(LogConfigViewTest, ModifyOfTheDefaultRowSetsTheDefaultLevelOnly)
 {
     openUser();

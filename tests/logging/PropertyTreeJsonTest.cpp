@@ -115,6 +115,17 @@ TEST_F(PropertyTreeJson, ATextThatIsNotJsonIsAnError)
         EXPECT_THROW(readPropertyTree(text), ptree_error) << text;
 }
 
+TEST_F(PropertyTreeJson, ATextOfMoreValuesThanATreeMayTakeIsRefused)
+{
+    std::string text = "[0";
+    for (std::size_t i = 2; i < maximumJsonValues; ++i)
+        text += ",0";
+    EXPECT_EQ(readPropertyTree(text + "]").size(), maximumJsonValues - 1);
+    EXPECT_EQ(readPropertyTree(text + ",0]").size(), maximumJsonValues);
+    EXPECT_THROW(readPropertyTree(text + ",0,0]"), boost::property_tree::ptree_error);
+    EXPECT_NO_THROW(readPropertyTree("[\"" + std::string(2 * maximumJsonValues, ',') + "\"]"));
+}
+
 TEST_F(PropertyTreeJson, AByteOrderMarkIsSkipped)
 {
     EXPECT_EQ(again("\xEF\xBB\xBF{\"a\":\"1\"}"), R"({"a":"1"})");

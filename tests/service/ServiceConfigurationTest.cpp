@@ -120,7 +120,7 @@ TEST_F(ConfigurationOfTheService, WhatIsNoGoodDocumentIsRefusedAndNothingChanges
 TEST_F(ConfigurationOfTheService, ATextThatWouldTakeTooMuchMemoryIsRefused)
 {
     std::string text = "{\"a\":[";
-    for (std::size_t i = 0; i < ServiceConfiguration::maximumValues; ++i)
+    for (std::size_t i = 0; i < maximumJsonValues; ++i)
         text += "[],";
     text += "[]]}";
     ServiceConfiguration configuration;
