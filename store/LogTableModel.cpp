@@ -11,6 +11,7 @@
 
 #include <QColor>
 #include <QFile>
+#include <QFileInfo>
 #include <QSaveFile>
 
 #include <boost/thread/lock_guard.hpp>
@@ -899,7 +900,8 @@ bool LogTableModel::saveToJson(const QString& path) const
 bool LogTableModel::loadFromJson(const QString& path)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
+    // A pipe could keep the window waiting for ever.
+    if (!QFileInfo(file).isFile() || !file.open(QIODevice::ReadOnly))
         return false;
     try {
         std::vector<std::shared_ptr<LogMessage>> messages;

@@ -20,6 +20,8 @@
 #include <tuple>
 #include <vector>
 
+#include <sys/stat.h>
+
 namespace zuLogging {
 namespace {
 
@@ -897,6 +899,8 @@ TEST_F(JsonLogFile, AFileThatCannotBeReadAddsNothingAndIsAFailure)
     model.addMessage(test::makeMessage(1));
     EXPECT_FALSE(model.loadFromJson(path("missing.json")));
     EXPECT_FALSE(model.loadFromJson(path("")));
+    ASSERT_EQ(::mkfifo(QFile::encodeName(path("pipe.json")).constData(), 0600), 0);
+    EXPECT_FALSE(model.loadFromJson(path("pipe.json")));
     EXPECT_FALSE(model.loadFromJson("/proc/self/mem")); // opens, and gives an error when it is read
     EXPECT_EQ(test::storedIds(model), Numbers{1});
 }
