@@ -2,6 +2,7 @@
 // person waits. The limit is 2 seconds for each; "of_limit" is the part of it that was taken.
 
 #include "config/LogConfigData.h"
+#include "config/LogConfigView.h"
 #include "config/TableModel.h"
 #include "config/TreeModel.h"
 #include "config/TreeNode.h"
@@ -12,7 +13,9 @@
 
 #include <benchmark/benchmark.h>
 
-#include <QCoreApplication>
+#include <QApplication>
+#include <QDockWidget>
+#include <QMainWindow>
 #include <QString>
 
 #include <chrono>
@@ -196,6 +199,101 @@ void convertAndUpload(benchmark::State& state)
         [](LogConfigData* source) { stopOnFailure(source->saveConfiguration()); });
 }
 
+/// The dock in a window that is painted, with the document above in it.
+class Dock
+{
+public:
+    explicit Dock(int mode)
+    {
+        LogConfigData& data = *LogConfigData::instance();
+        data.treeModel()->setupModelData(readPropertyTree(document()), nullptr);
+        stopOnFailure(data.saveConfiguration());
+        stopOnFailure(data.loadConfiguration({}));
+        window_.resize(1200, 800);
+        view_ = new LogConfigView(&window_);
+        window_.addDockWidget(Qt::RightDockWidgetArea, view_->dock());
+        view_->setMode(mode);
+        view_->dock()->show();
+        window_.show();
+        paint();
+    }
+
+    LogConfigView& view() { return *view_; }
+    static void paint() { QApplication::processEvents(); }
+
+private:
+    Service service_;
+    QMainWindow window_;
+    LogConfigView* view_;
+};
+
+void rereadAndShow(benchmark::State& state)
+{
+    Dock dock(static_cast<int>(state.range(0)));
+    measure(
+        state, [&] { return &dock; },
+        [](Dock* shown) {
+            shown->view().updateConfigClicked();
+            Dock::paint();
+        });
+}
+
+void switchTheMode(benchmark::State& state)
+{
+    Dock dock(LogConfigView::User);
+    measure(
+        state, [&] { return &dock; },
+        [](Dock* shown) {
+            shown->view().setMode(LogConfigView::Expert);
+            Dock::paint();
+            shown->view().setMode(LogConfigView::User);
+            Dock::paint();
+        });
+}
+
+void editShownTable(benchmark::State& state)
+{
+    Dock dock(LogConfigView::User);
+    measure(
+        state, [] { return LogConfigData::instance()->tableModel(); },
+        [](TableModel* table) {
+            table->addModuleRow(1, QStringLiteral("added"), QStringLiteral("err"));
+            Dock::paint();
+            table->modifyRow(table->rowCount() - 1, QStringLiteral("renamed"),
+                             QStringLiteral("warn"));
+            Dock::paint();
+            table->removeModuleRow(table->rowObject(table->rowCount() - 1));
+            Dock::paint();
+        });
+}
+
+void editShownTree(benchmark::State& state)
+{
+    Dock dock(LogConfigView::Expert);
+    measure(
+        state, [] { return LogConfigData::instance()->treeModel(); },
+        [](TreeModel* tree) {
+            TreeNode* list = tree->root()->childWithKey(QStringLiteral("specializations"));
+            tree->insertNode(1, QStringLiteral("+"), QString(), list);
+            tree->rebuildTable();
+            Dock::paint();
+            tree->removeRows(1, 1, tree->indexOf(list));
+            tree->rebuildTable();
+            Dock::paint();
+        });
+}
+
+void resetShown(benchmark::State& state)
+{
+    const auto mode = static_cast<int>(state.range(0));
+    measure(
+        state, [mode] { return std::make_unique<Dock>(mode); },
+        [](const std::unique_ptr<Dock>& shown) {
+            shown->view().resetConfiguration();
+            Dock::paint();
+        });
+}
+
 BENCHMARK(parseAndModels)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(walk)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(addModifyAndRemoveOneRow)->UseManualTime()->Unit(benchmark::kMillisecond);
@@ -204,12 +302,29 @@ BENCHMARK(removeEveryRow)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(convertAndSerialise)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(downloadAndModels)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(convertAndUpload)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(rereadAndShow)
+    ->ArgName("expert")
+    ->Arg(0)
+    ->Arg(1)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(switchTheMode)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(editShownTable)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(editShownTree)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(resetShown)
+    ->ArgName("expert")
+    ->Arg(0)
+    ->Arg(1)
+    ->Iterations(3)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond);
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    QCoreApplication application(argc, argv);
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication application(argc, argv);
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     return 0;
