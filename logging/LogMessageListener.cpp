@@ -165,6 +165,15 @@ void LogMessageListener::deliver(const std::uint8_t* payload, std::size_t length
 
 void LogMessageListener::replay(const ReplayRequest& request, std::string_view addressText)
 {
+    bool toItself = false;
+    try {
+        toItself = isOwnAddress(addressText);
+    } catch (const LogSvcError&) {
+        // What is no address is the business of the sinks.
+    }
+    // What it recorded would be recorded again, once for each request.
+    if (toItself)
+        throw LogSvcError(outOfRange);
     forEachSink(sinks_, [&](LogMessageSink& sink) { sink.replay(request, addressText); });
 }
 

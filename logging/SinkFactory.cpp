@@ -2,25 +2,15 @@
 
 #include "logging/LogMessageSinkCerr.h"
 #include "logging/LogMessageSinkCout.h"
+#include "logging/LogMessageSinkFile.h"
 #include "logging/LogMessageSinkForwarder.h"
+#include "logging/LogMessageSinkRecorder.h"
 #include "logging/LogMessageSinkTrace.h"
 #include "logging/LogSvcError.h"
 
 #include <typeinfo>
 
 namespace zuLogging {
-
-namespace {
-
-// Known by number, but there is no such sink yet: identities that no sink has.
-struct NoFileSink
-{
-};
-struct NoRecorderSink
-{
-};
-
-} // namespace
 
 std::shared_ptr<LogMessageSink> makeSink(std::uint32_t typeCode, const SinkDescription& description)
 {
@@ -35,8 +25,11 @@ std::shared_ptr<LogMessageSink> makeSink(std::uint32_t typeCode, const SinkDescr
     case SinkType::Forwarder:
         return std::make_shared<LogMessageSinkForwarder>(description.argumentText, mode);
     case SinkType::File:
+        return std::make_shared<LogMessageSinkFile>(
+            description.argumentText, description.firstNumber, description.source, mode);
     case SinkType::Recorder:
-        break;
+        return std::make_shared<LogMessageSinkRecorder>(description.firstNumber,
+                                                        description.secondNumber, mode);
     }
     throw LogSvcError("Attempt to create a message sink of an unsupported type");
 }
@@ -51,11 +44,11 @@ std::type_index sinkTypeIdentity(std::uint32_t typeCode)
     case SinkType::Cerr:
         return typeid(LogMessageSinkCerr);
     case SinkType::File:
-        return typeid(NoFileSink);
+        return typeid(LogMessageSinkFile);
     case SinkType::Forwarder:
         return typeid(LogMessageSinkForwarder);
     case SinkType::Recorder:
-        return typeid(NoRecorderSink);
+        return typeid(LogMessageSinkRecorder);
     }
     throw LogSvcError("Attempt to create a message sink type info of an unsupported type");
 }

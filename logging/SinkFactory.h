@@ -1,6 +1,7 @@
 #pragma once
 
 #include "logging/LogMessageSink.h"
+#include "logging/SinkSource.h"
 
 #include <cstdint>
 #include <memory>
@@ -22,10 +23,11 @@ enum class SinkType : std::uint32_t
 
 struct SinkDescription
 {
-    std::string argumentText; ///< for a forwarder: a socket address text
+    std::string argumentText; ///< forwarder: a socket address text; file: its path
     std::uint32_t containerOperatingMode = 0;
-    std::uint64_t firstNumber = 0;  ///< file: line limit; recorder: size
-    std::uint64_t secondNumber = 0; ///< recorder: size for the second kind
+    std::uint64_t firstNumber = 0;  ///< file: line limit; recorder: size, 0 for the default
+    std::uint64_t secondNumber = 0; ///< recorder: size for the second kind, 0 for the default
+    SinkSource source = SinkSource::Request; ///< file: which paths are taken
 };
 
 /// Makes a sink. Throws LogSvcError "Attempt to create a message sink of an unsupported type", or

@@ -1,15 +1,23 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
 namespace zuLogging::platform {
 
-/// A regular file to whose end text is written. It is never opened through a symbolic link in its
-/// own name, and a pipe or a device in its place is refused without waiting for it.
+/// A regular file to whose end text is written, or one that is written anew. It is never opened
+/// through a symbolic link in its own name, and a pipe or a device in its place is refused without
+/// waiting for it.
 class AppendFile
 {
 public:
+    enum class Mode
+    {
+        Append, ///< for `append`
+        Rewrite ///< for `writeAt`; opening it empties it
+    };
+
     AppendFile() = default;
     ~AppendFile();
     AppendFile(AppendFile&& other) noexcept;
@@ -20,9 +28,10 @@ public:
     /// Opens, or makes, the file `relative` (parts separated by /) below `folder`. No part of
     /// `relative` may be ".." or a symbolic link; the folders on the way must be there. False, with
     /// `error` filled, on failure.
-    bool openInside(const std::string& folder, const std::string& relative, std::string& error);
+    bool openInside(const std::string& folder, const std::string& relative, std::string& error,
+                    Mode mode = Mode::Append);
     /// The same for a path whose folders may be symbolic links.
-    bool open(const std::string& path, std::string& error);
+    bool open(const std::string& path, std::string& error, Mode mode = Mode::Append);
     bool isOpen() const noexcept { return handle_ >= 0; }
     void close() noexcept;
 
@@ -30,8 +39,12 @@ public:
     /// there.
     bool append(std::string_view text, std::size_t& written, std::string& error);
 
+    /// Writes all of `text` from the byte `position` on, over what is there, or says in `error` why
+    /// not; a part of it may then be there.
+    bool writeAt(std::uint64_t position, std::string_view text, std::string& error);
+
 private:
-    bool take(int handle, std::string& error);
+    bool take(int handle, Mode mode, std::string& error);
 
     int handle_ = -1;
 };

@@ -15,8 +15,13 @@ namespace zuLogging::platform {
 namespace {
 
 // Non-blocking: a pipe that nobody reads must not hold the program.
-constexpr int openFlags = O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
+constexpr int commonFlags = O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
 constexpr mode_t fileMode = 0640;
+
+int flagsFor(AppendFile::Mode mode)
+{
+    return mode == AppendFile::Mode::Append ? commonFlags | O_APPEND : commonFlags;
+}
 
 } // namespace
 
@@ -44,7 +49,7 @@ void AppendFile::close() noexcept
     FileDescriptor(std::exchange(handle_, -1)).reset();
 }
 
-bool AppendFile::take(int handle, std::string& error)
+bool AppendFile::take(int handle, Mode mode, std::string& error)
 {
     FileDescriptor file(handle);
     if (!file) {
@@ -56,13 +61,17 @@ bool AppendFile::take(int handle, std::string& error)
         error = "not a regular file";
         return false;
     }
+    if (mode == Mode::Rewrite && ::ftruncate(file.get(), 0) != 0) {
+        error = errorText(errno);
+        return false;
+    }
     close();
     handle_ = file.release();
     return true;
 }
 
 bool AppendFile::openInside(const std::string& folder, const std::string& relative,
-                            std::string& error)
+                            std::string& error, Mode mode)
 {
     FileDescriptor at(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!at) {
@@ -87,12 +96,13 @@ bool AppendFile::openInside(const std::string& folder, const std::string& relati
         }
         at.reset(next.release());
     }
-    return take(::openat(at.get(), relative.c_str() + start, openFlags, fileMode), error);
+    return take(::openat(at.get(), relative.c_str() + start, flagsFor(mode), fileMode), mode,
+                error);
 }
 
-bool AppendFile::open(const std::string& path, std::string& error)
+bool AppendFile::open(const std::string& path, std::string& error, Mode mode)
 {
-    return take(::open(path.c_str(), openFlags, fileMode), error);
+    return take(::open(path.c_str(), flagsFor(mode), fileMode), mode, error);
 }
 
 bool AppendFile::append(std::string_view text, std::size_t& written, std::string& error)
@@ -100,6 +110,23 @@ bool AppendFile::append(std::string_view text, std::size_t& written, std::string
     written = 0;
     while (written < text.size()) {
         const ssize_t put = ::write(handle_, text.data() + written, text.size() - written);
+        if (put < 0) {
+            if (errno == EINTR)
+                continue;
+            error = errorText(errno);
+            return false;
+        }
+        written += static_cast<std::size_t>(put);
+    }
+    return true;
+}
+
+bool AppendFile::writeAt(std::uint64_t position, std::string_view text, std::string& error)
+{
+    std::size_t written = 0;
+    while (written < text.size()) {
+        const ssize_t put = ::pwrite(handle_, text.data() + written, text.size() - written,
+                                     static_cast<off_t>(position + written));
         if (put < 0) {
             if (errno == EINTR)
                 continue;

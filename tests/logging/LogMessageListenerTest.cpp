@@ -459,6 +459,16 @@ TEST_F(LogMessageListenerTest, AListenerDoesNotForwardToItself)
     EXPECT_EQ(sink->received().size(), 1U);
 }
 
+TEST_F(LogMessageListenerTest, AListenerDoesNotReplayToItself)
+{
+    const ListenerUnderTest listener({sink});
+    Bytes payload(32);
+    for (const char c : "127.0.0.1:" + std::to_string(listener.boundAddress().port))
+        payload.push_back(static_cast<std::uint8_t>(c));
+    EXPECT_EQ(statusOf(listener, command(291, payload)), 3);
+    EXPECT_TRUE(sink->replayed().empty());
+}
+
 TEST_F(LogMessageListenerTest, AForwarderThatARequestAddedGetsTheMessagesThatFollow)
 {
     const ListenerUnderTest listener({sink}, true);

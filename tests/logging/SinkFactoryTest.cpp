@@ -3,6 +3,7 @@
 #include "logging/LogMessageSinkCerr.h"
 #include "logging/LogMessageSinkCout.h"
 #include "logging/LogMessageSinkForwarder.h"
+#include "logging/LogMessageSinkRecorder.h"
 #include "logging/LogMessageSinkTrace.h"
 #include "logging/LogSvcError.h"
 #include "logging/Packet.h"
@@ -72,10 +73,39 @@ TEST(SinkFactory, TypeCode6RaisesTheFactorysError)
     EXPECT_EQ(errorOfMaking(std::numeric_limits<std::uint32_t>::max()), noSink);
 }
 
-TEST(SinkFactory, KindsThatAreNotThereYetAreRefused)
+TEST(SinkFactory, ARecorderTakesItsCapacitiesFromTheTwoNumbers)
 {
-    EXPECT_EQ(errorOfMaking(3), noSink);
-    EXPECT_EQ(errorOfMaking(5), noSink);
+    SinkDescription description = described("any text", 3);
+    const auto plain = makeSink(5, description);
+    description.firstNumber = 7;
+    description.secondNumber = 8;
+    const auto sized = makeSink(5, description);
+    const auto* first = dynamic_cast<LogMessageSinkRecorder*>(plain.get());
+    const auto* second = dynamic_cast<LogMessageSinkRecorder*>(sized.get());
+    ASSERT_NE(first, nullptr);
+    ASSERT_NE(second, nullptr);
+    EXPECT_EQ(sinkTypeIdentity(5), typeid(*first));
+    EXPECT_EQ(first->primaryRing().capacity(), 1000U);
+    EXPECT_EQ(first->secondaryRing().capacity(), 100U);
+    EXPECT_EQ(second->primaryRing().capacity(), 7U);
+    EXPECT_EQ(second->secondaryRing().capacity(), 8U);
+    EXPECT_EQ(first->containerOperatingMode(), 3U);
+    EXPECT_TRUE(first->matches("whatever"));
+    EXPECT_EQ(first->argumentText(), "");
+}
+
+TEST(SinkFactory, AFileOutsideTheLogFolderIsRefusedUnlessTheStartUpFileNamesIt)
+{
+    EXPECT_EQ(errorOfMaking(3, "/nowhere/x.log"),
+              "Failed to instantiate a file sink the file lies outside the log folder");
+    SinkDescription description = described("/nowhere/x.log");
+    description.source = SinkSource::StartupFile;
+    try {
+        makeSink(3, description);
+        ADD_FAILURE();
+    } catch (const LogSvcError& error) {
+        EXPECT_STREQ(error.what(), "Failed to instantiate a file sink No such file or directory");
+    }
 }
 
 TEST(SinkFactory, AForwarderToLocalhost80CannotBeMade)

@@ -1,0 +1,88 @@
+#pragma once
+
+#include "logging/LogMessageSink.h"
+#include "logging/RecordRing.h"
+#include "logging/SocketAddressText.h"
+
+#include <boost/thread/thread.hpp>
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string_view>
+
+namespace zuLogging {
+
+/// Keeps the most recent containers of either kind in memory and replays them on request. Every
+/// nine minutes it reports the keys of the counter sets in its containers of the second kind to the
+/// log service.
+///
+/// Every operation runs on the listener's receiving thread, and storing never allocates. A replay
+/// runs on a thread of its own that works on a copy of the ring.
+class LogMessageSinkRecorder final : public LogMessageSink
+{
+public:
+    static constexpr std::uint64_t defaultPrimaryCapacity = 1000;
+    static constexpr std::uint64_t defaultSecondaryCapacity = 100;
+    /// Of one ring, in records: 1.4 GB. More is refused as if the memory were not there, for a
+    /// system that promises more than it has would end the whole program instead. A sink that is
+    /// added by a datagram has the default capacities.
+    static constexpr std::uint64_t maximumCapacity = 1000000;
+    /// Replays that may run at once: whoever can send a datagram must not be able to start threads
+    /// without bound. One more is dropped, which the debugger trace says.
+    static constexpr std::size_t maximumReplays = 16;
+    /// Records that the copies of all running replays may hold together, for the same reason.
+    static constexpr std::size_t maximumCopiedRecords = 2 * std::size_t{maximumCapacity};
+    static constexpr std::chrono::microseconds reportPeriod = std::chrono::minutes(9);
+
+    /// Universal time.
+    using Clock = std::function<std::chrono::system_clock::time_point()>;
+
+    /// Capacities in records; 0 means the default. An empty `clock` is the system's. Throws
+    /// LogSvcError "Failed to instantiate log recording queue, not enough memory ".
+    explicit LogMessageSinkRecorder(std::uint64_t primaryCapacity = 0,
+                                    std::uint64_t secondaryCapacity = 0,
+                                    std::uint32_t containerOperatingMode = 0, Clock clock = {});
+    /// Joins the replays. They go on to their end, but without pauses, so that this takes no longer
+    /// than their sends.
+    ~LogMessageSinkRecorder() override;
+
+    /// Forgets the replays that have ended, then sends the report when it is due. Throws
+    /// boost::thread_resource_error when called on a replay's own thread.
+    void idle() override;
+    void consume(const LogMessageContainerView& container) override;
+    void consumeSecondary(const LogMessageContainerView& container) override;
+    /// Starts two replays, one for each ring, if the request's first word is 256. Throws
+    /// LogSvcError "Failed to parse socket address string". A replay for which there is no memory
+    /// or no thread is dropped, which the debugger trace says.
+    void replay(const ReplayRequest& request, std::string_view addressText) override;
+
+    /// Receiving thread.
+    const RecordRing& primaryRing() const { return primary_; }
+    const RecordRing& secondaryRing() const { return secondary_; }
+    /// Receiving thread. Replays that run or have not been forgotten yet.
+    std::size_t replayCount() const { return replays_.size(); }
+
+private:
+    struct Replay
+    {
+        std::shared_ptr<boost::thread> thread;
+        std::size_t records;
+    };
+
+    void startReplay(const RecordRing& ring, const SocketAddress& target);
+    bool hasRoomForReplayOf(const RecordRing& ring) const;
+    void reapReplays();
+    void reportCounterSetKeys() const;
+
+    RecordRing primary_;
+    RecordRing secondary_;
+    std::map<boost::thread::id, Replay> replays_;
+    Clock clock_;
+    std::chrono::system_clock::time_point lastReport_;
+};
+
+} // namespace zuLogging
