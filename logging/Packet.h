@@ -46,7 +46,10 @@ enum class LogClientCommand : std::uint16_t
     GetConfiguration = 33,
     SetConfiguration = 34,
     GetModules = 35,
-    ReportCounterSetKeys = 53
+    ReportCounterSetKeys = 53,
+    /// Of zulogsvc alone: places a ServiceStatus (JSON text) in a new transfer buffer, as
+    /// GetConfiguration does. Other services do not know it (status 1).
+    GetServiceStatus = 0x5A53
 };
 
 /// Commands of the log message protocol (magic 0xADDA).

@@ -171,6 +171,7 @@ bool ClientCommandServer::process(const Packet& request, Packet& acknowledge)
         succeedWithHandle(header, acknowledge,
                           require(buffers_.create(service_.modules()), noBuffer));
         return true;
+    case LogClientCommand::GetServiceStatus:
     case LogClientCommand::ReportCounterSetKeys:
         break; // nobody here keeps counter sets
     }

@@ -1,9 +1,9 @@
 #include "store/LogTableModel.h"
 
+#include "logging/JsonLogReader.h"
+#include "logging/JsonLogWriter.h"
 #include "logging/LogMessageMatcher.h"
 #include "store/IdentifierList.h"
-#include "store/JsonLogReader.h"
-#include "store/JsonLogWriter.h"
 #include "store/LogContainer.h"
 #include "store/LogField.h"
 #include "store/RowShifts.h"

@@ -2,12 +2,17 @@
 
 #include "platform/Desktop.h"
 #include "tools/CommandOptions.h"
+#include "tools/ConfigCommand.h"
 #include "tools/DemoCommand.h"
+#include "tools/ModulesCommand.h"
 #include "tools/SendCommand.h"
+#include "tools/StatusCommand.h"
+#include "tools/TailCommand.h"
 
 #include <algorithm>
 #include <array>
 #include <exception>
+#include <iomanip>
 #include <ostream>
 
 namespace zuLogging {
@@ -21,8 +26,12 @@ struct Command
     CommandFunction run;
 };
 
-constexpr std::array<Command, 2> commands{{
+constexpr std::array<Command, 6> commands{{
     {"send", "send a message, or each line of standard input as one", &runSendCommand},
+    {"tail", "show messages as they come", &runTailCommand},
+    {"config", "read or replace the configuration of the service", &runConfigCommand},
+    {"modules", "list the modules that the service knows", &runModulesCommand},
+    {"status", "tell how the service is doing", &runStatusCommand},
     {"demo", "send realistic traffic at an even rate", &runDemoCommand},
 }};
 
@@ -33,7 +42,7 @@ void writeHelp(std::ostream& out)
            "Talks to the log service of this machine.\n\n"
            "Commands:\n";
     for (const Command& command : commands)
-        out << "  " << command.name << "    " << command.summary << '\n';
+        out << "  " << std::left << std::setw(9) << command.name << command.summary << '\n';
     out << "\n'zulog COMMAND --help' tells more about one.\n"
            "Exit status: 0 done, 1 refused or failed, 2 wrong usage.\n";
 }

@@ -101,6 +101,7 @@ public:
         case LogClientCommand::ReleaseBuffer:
             buffers.erase(loadU64(payload));
             return server.acknowledge(request);
+        case LogClientCommand::GetServiceStatus:
         case LogClientCommand::ReportCounterSetKeys:
             return;
         }

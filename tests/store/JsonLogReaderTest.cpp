@@ -1,5 +1,5 @@
-#include "store/JsonLogReader.h"
-#include "store/JsonLogWriter.h"
+#include "logging/JsonLogReader.h"
+#include "logging/JsonLogWriter.h"
 #include "store/LogTableModel.h"
 #include "tests/store/StoreTestSupport.h"
 

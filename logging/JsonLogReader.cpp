@@ -1,4 +1,4 @@
-#include "store/JsonLogReader.h"
+#include "logging/JsonLogReader.h"
 
 #include <QByteArray>
 #include <QIODevice>

@@ -1,4 +1,4 @@
-#include "store/JsonLogWriter.h"
+#include "logging/JsonLogWriter.h"
 
 #include <QChar>
 #include <QIODevice>

@@ -1,0 +1,126 @@
+#include "logging/ServiceStatus.h"
+
+#include "logging/PropertyTreeJson.h"
+
+namespace zuLogging {
+
+namespace {
+
+// The members of the document.
+constexpr char version_[] = "version";
+constexpr char processId_[] = "process";
+constexpr char uptime_[] = "uptime_ms";
+constexpr char taken_[] = "taken";
+constexpr char dropped_[] = "dropped";
+constexpr char forwarded_[] = "forwarded";
+constexpr char sinks_[] = "sinks";
+constexpr char type_[] = "type";
+constexpr char argument_[] = "argument";
+constexpr char sent_[] = "sent";
+constexpr char failed_[] = "failed";
+constexpr char recorders_[] = "recorders";
+constexpr char used_[] = "used";
+constexpr char capacity_[] = "capacity";
+constexpr char secondaryUsed_[] = "secondary_used";
+constexpr char secondaryCapacity_[] = "secondary_capacity";
+constexpr char replays_[] = "replays";
+constexpr char counterSetKeys_[] = "counter_set_keys";
+
+/// A member that is there has to be right.
+template <class Value>
+void read(const PropertyTree& tree, const char* name, Value& value)
+{
+    if (const auto child = tree.get_child_optional(name))
+        value = child->get_value<Value>();
+}
+
+template <class Item, class ReadItem>
+void readList(const PropertyTree& tree, const char* name, std::vector<Item>& list,
+              const ReadItem& readItem)
+{
+    const auto children = tree.get_child_optional(name);
+    if (!children)
+        return;
+    for (const auto& child : *children) {
+        Item item{};
+        readItem(child.second, item);
+        list.push_back(std::move(item));
+    }
+}
+
+} // namespace
+
+std::string ServiceStatus::toJson() const
+{
+    PropertyTree document;
+    document.put(version_, version);
+    document.put(processId_, processId);
+    document.put(uptime_, uptime);
+    document.put(taken_, taken);
+    document.put(dropped_, dropped);
+    document.put(forwarded_, forwarded);
+
+    PropertyTree sinkList;
+    for (const Sink& sink : sinks) {
+        PropertyTree tree;
+        tree.put(type_, sink.type);
+        tree.put(argument_, sink.argument);
+        tree.put(sent_, sink.sent);
+        tree.put(failed_, sink.failed);
+        sinkList.push_back({"", std::move(tree)});
+    }
+    document.add_child(sinks_, sinkList);
+
+    PropertyTree recorderList;
+    for (const Recorder& recorder : recorders) {
+        PropertyTree tree;
+        tree.put(used_, recorder.used);
+        tree.put(capacity_, recorder.capacity);
+        tree.put(secondaryUsed_, recorder.secondaryUsed);
+        tree.put(secondaryCapacity_, recorder.secondaryCapacity);
+        tree.put(replays_, recorder.replays);
+        recorderList.push_back({"", std::move(tree)});
+    }
+    document.add_child(recorders_, recorderList);
+
+    PropertyTree keyList;
+    for (const std::uint64_t key : counterSetKeys) {
+        PropertyTree tree;
+        tree.put_value(key);
+        keyList.push_back({"", std::move(tree)});
+    }
+    document.add_child(counterSetKeys_, keyList);
+    return writePropertyTree(document, JsonForm::Compact);
+}
+
+ServiceStatus ServiceStatus::fromJson(std::string_view json)
+{
+    const PropertyTree document = readPropertyTreeObject(json);
+    ServiceStatus status;
+    read(document, version_, status.version);
+    read(document, processId_, status.processId);
+    read(document, uptime_, status.uptime);
+    read(document, taken_, status.taken);
+    read(document, dropped_, status.dropped);
+    read(document, forwarded_, status.forwarded);
+    readList(document, sinks_, status.sinks, [](const PropertyTree& tree, Sink& sink) {
+        read(tree, type_, sink.type);
+        read(tree, argument_, sink.argument);
+        read(tree, sent_, sink.sent);
+        read(tree, failed_, sink.failed);
+    });
+    readList(document, recorders_, status.recorders, [](const PropertyTree& tree, Recorder& value) {
+        read(tree, used_, value.used);
+        read(tree, capacity_, value.capacity);
+        read(tree, secondaryUsed_, value.secondaryUsed);
+        read(tree, secondaryCapacity_, value.secondaryCapacity);
+        read(tree, replays_, value.replays);
+    });
+    readList(document, counterSetKeys_, status.counterSetKeys,
+             [](const PropertyTree& tree, std::uint64_t& key) {
+                 key = tree.get_value<std::uint64_t>();
+             });
+    return status;
+}
+
+} // namespace zuLogging

@@ -1,0 +1,1 @@
+#include "logging/JsonLogWriter.h"

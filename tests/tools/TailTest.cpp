@@ -1,0 +1,1 @@
+#include "tests/tools/ToolRun.h"
