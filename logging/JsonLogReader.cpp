@@ -14,6 +14,7 @@
 #include <new>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace zuLogging {
 
@@ -30,13 +31,19 @@ constexpr std::size_t maximumTextLength = std::size_t{1} << 28;
 /// The table counts its rows as int.
 constexpr std::size_t maximumMessages = std::numeric_limits<int>::max();
 
-/// The bytes of a device, one after the other, through a small buffer.
+/// The bytes of a device, one after the other, through a small buffer; or those of a text.
 class ByteSource
 {
 public:
     explicit ByteSource(QIODevice& device)
-        : device_(device)
+        : device_(&device)
         , buffer_(bufferSize)
+    {
+    }
+    explicit ByteSource(std::string_view text)
+        : at_(reinterpret_cast<const Byte*>(text.data()))
+        , end_(at_ + text.size())
+        , ended_(true)
     {
     }
 
@@ -62,7 +69,7 @@ private:
     {
         if (ended_)
             return false;
-        const qint64 count = device_.read(reinterpret_cast<char*>(buffer_.data()), bufferSize);
+        const qint64 count = device_->read(reinterpret_cast<char*>(buffer_.data()), bufferSize);
         failed_ = count < 0;
         ended_ = count <= 0;
         at_ = buffer_.data();
@@ -70,7 +77,7 @@ private:
         return !ended_;
     }
 
-    QIODevice& device_;
+    QIODevice* device_ = nullptr;
     std::vector<Byte> buffer_;
     const Byte* at_ = nullptr;
     const Byte* end_ = nullptr;
@@ -263,18 +270,22 @@ std::uint64_t unsignedNumber(const NumberText& text)
 class Reader
 {
 public:
-    Reader(QIODevice& device, Messages& messages)
-        : bytes_(device)
+    template <class Source>
+    Reader(Source&& source, Messages& messages)
+        : bytes_(std::forward<Source>(source))
         , messages_(messages)
     {
     }
 
+    /// One object.
+    bool readMessage()
+    {
+        return skipByteOrderMark() && bytes_.peek() == '{' && readElement() && isAtEnd();
+    }
+
     bool readLog()
     {
-        if (bytes_.accept(0xEF) && !(bytes_.accept(0xBB) && bytes_.accept(0xBF)))
-            return false;
-        skipBlanks();
-        if (!bytes_.accept('['))
+        if (!skipByteOrderMark() || !bytes_.accept('['))
             return false;
         skipBlanks();
         if (!bytes_.accept(']')) {
@@ -287,13 +298,26 @@ public:
             if (!bytes_.accept(']'))
                 return false;
         }
-        skipBlanks();
-        return bytes_.peek() == endOfText && !bytes_.failed();
+        return isAtEnd();
     }
 
     bool deviceFailed() const { return bytes_.failed(); }
 
 private:
+    bool skipByteOrderMark()
+    {
+        if (bytes_.accept(0xEF) && !(bytes_.accept(0xBB) && bytes_.accept(0xBF)))
+            return false;
+        skipBlanks();
+        return true;
+    }
+
+    bool isAtEnd()
+    {
+        skipBlanks();
+        return bytes_.peek() == endOfText && !bytes_.failed();
+    }
+
     bool readElement()
     {
         clearFields();
@@ -690,6 +714,13 @@ std::vector<std::shared_ptr<LogMessage>> readJsonLog(QIODevice& device)
     Messages messages;
     readJsonLog(device, messages);
     return messages;
+}
+
+std::shared_ptr<LogMessage> readJsonMessage(std::string_view json)
+{
+    Messages read;
+    Reader reader(json, read);
+    return reader.readMessage() ? read.front() : nullptr;
 }
 
 } // namespace zuLogging

@@ -3,6 +3,7 @@
 #include "logging/LogMessage.h"
 
 #include <memory>
+#include <string_view>
 #include <vector>
 
 class QIODevice;
@@ -35,5 +36,9 @@ std::vector<std::shared_ptr<LogMessage>> readJsonLog(QIODevice& device);
 /// Messages without any content are one shared record, so that a file of nothing but empty elements
 /// does not take a hundred times its size.
 bool readJsonLog(QIODevice& device, std::vector<std::shared_ptr<LogMessage>>& messages);
+
+/// Reads one message of such a log: the text of one object, with nothing but blanks (and a byte
+/// order mark) around it, by the same rules. Null when it is anything else. Throws std::bad_alloc.
+std::shared_ptr<LogMessage> readJsonMessage(std::string_view json);
 
 } // namespace zuLogging

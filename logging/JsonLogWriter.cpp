@@ -4,6 +4,7 @@
 #include <QIODevice>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cstring>
 
@@ -17,6 +18,34 @@ constexpr std::size_t bufferSize = 1 << 16;
 constexpr std::size_t spareSize = 2048;
 /// Units of a text that are written at a time: each takes at most six bytes.
 constexpr std::size_t sliceLength = spareSize / 6 - 1;
+
+/// What stands around the values of an object.
+struct Layout
+{
+    std::string_view first;                   ///< before the first value of the first object
+    std::string_view next;                    ///< of every other object
+    std::array<std::string_view, 11> between; ///< before each of the other values
+    std::string_view last;
+};
+
+constexpr Layout arrayLayout{
+    "    {\n        \"GroupName\": \"",
+    ",\n    {\n        \"GroupName\": \"",
+    {"\",\n        \"LogLevel\": \"", "\",\n        \"LogLevel [Hex]\": \"",
+     "\",\n        \"LogMessage\": \"", "\",\n        \"LogPos\": \"",
+     "\",\n        \"Module\": \"", "\",\n        \"ProcessID\": \"",
+     "\",\n        \"SenderMsgID\": \"", "\",\n        \"ServiceMsgID\": \"",
+     "\",\n        \"SourceMsgID\": \"", "\",\n        \"ThreadID\": \"",
+     "\",\n        \"Timestamp\": \""},
+    "\"\n    }"};
+
+constexpr Layout lineLayout{
+    "{\"GroupName\":\"",
+    "{\"GroupName\":\"",
+    {"\",\"LogLevel\":\"", "\",\"LogLevel [Hex]\":\"", "\",\"LogMessage\":\"", "\",\"LogPos\":\"",
+     "\",\"Module\":\"", "\",\"ProcessID\":\"", "\",\"SenderMsgID\":\"", "\",\"ServiceMsgID\":\"",
+     "\",\"SourceMsgID\":\"", "\",\"ThreadID\":\"", "\",\"Timestamp\":\""},
+    "\"}\n"};
 
 char* writeUnit(char* out, char16_t unit)
 {
@@ -79,6 +108,14 @@ char* writeCodePoint(char* out, char32_t point)
     return out;
 }
 
+/// Control characters of the second set, which a terminal obeys as it does those of the first; the
+/// line ends of Unicode; what turns the direction of writing.
+bool isEscapedInLines(char16_t unit)
+{
+    return (unit >= 0x7F && unit <= 0x9F) || (unit >= 0x2028 && unit <= 0x202E) ||
+           (unit >= 0x2066 && unit <= 0x2069);
+}
+
 bool isPlain(char16_t unit)
 {
     return unit >= 0x20 && unit < 0x80 && unit != u'"' && unit != u'\\';
@@ -86,55 +123,63 @@ bool isPlain(char16_t unit)
 
 } // namespace
 
-JsonLogWriter::JsonLogWriter(QIODevice& device)
+JsonLogWriter::JsonLogWriter(QIODevice& device, Form form)
     : device_(device)
+    , form_(form)
     , buffer_(bufferSize + spareSize)
 {
-    append("[\n");
+    if (form_ == Form::Array)
+        append("[\n");
 }
 
 void JsonLogWriter::add(const LogMessage& message)
 {
-    append(first_ ? std::string_view("    {\n        \"GroupName\": \"")
-                  : std::string_view(",\n    {\n        \"GroupName\": \""));
+    const Layout& layout = form_ == Form::Lines ? lineLayout : arrayLayout;
+    append(first_ ? layout.first : layout.next);
     first_ = false;
     appendText(message.groupName());
-    append("\",\n        \"LogLevel\": \"");
+    append(layout.between[0]);
     appendText(logLevelName(message.logLevel()));
-    append("\",\n        \"LogLevel [Hex]\": \"");
+    append(layout.between[1]);
     appendLevelCode(message.logLevel());
-    append("\",\n        \"LogMessage\": \"");
+    append(layout.between[2]);
     appendText(message.logMessage());
-    append("\",\n        \"LogPos\": \"");
+    append(layout.between[3]);
     appendText(message.logPos());
-    append("\",\n        \"Module\": \"");
+    append(layout.between[4]);
     appendText(message.module());
-    append("\",\n        \"ProcessID\": \"");
+    append(layout.between[5]);
     appendNumber(message.processId());
-    append("\",\n        \"SenderMsgID\": \"");
+    append(layout.between[6]);
     appendNumber(message.senderMsgId());
-    append("\",\n        \"ServiceMsgID\": \"");
+    append(layout.between[7]);
     appendNumber(message.serviceMsgId());
-    append("\",\n        \"SourceMsgID\": \"");
+    append(layout.between[8]);
     appendNumber(message.sourceMsgId());
-    append("\",\n        \"ThreadID\": \"");
+    append(layout.between[9]);
     appendNumber(message.threadId());
-    append("\",\n        \"Timestamp\": \"");
+    append(layout.between[10]);
     appendNumber(message.timestamp());
-    append("\"\n    }");
+    append(layout.last);
+}
+
+bool JsonLogWriter::flush()
+{
+    empty();
+    return !failed_;
 }
 
 bool JsonLogWriter::finish()
 {
-    append(first_ ? std::string_view("]\n") : std::string_view("\n]\n"));
-    flush();
-    return !failed_;
+    if (form_ == Form::Array)
+        append(first_ ? std::string_view("]\n") : std::string_view("\n]\n"));
+    return flush();
 }
 
 char* JsonLogWriter::room()
 {
     if (used_ >= bufferSize)
-        flush();
+        empty();
     return buffer_.data() + used_;
 }
 
@@ -146,12 +191,15 @@ void JsonLogWriter::append(std::string_view bytes)
 
 void JsonLogWriter::appendText(std::u16string_view text)
 {
+    const bool isLine = form_ == Form::Lines;
     for (std::size_t i = 0; i < text.size();) {
         char* out = room();
         const std::size_t end = i + std::min(text.size() - i, sliceLength);
         while (i < end) {
             const char16_t unit = text[i++];
-            if (isPlain(unit)) {
+            if (isLine && isEscapedInLines(unit)) {
+                out = writeUnit(out, unit);
+            } else if (isPlain(unit)) {
                 *out++ = static_cast<char>(unit);
             } else if (unit < 0x80) {
                 out = writeEscaped(out, unit);
@@ -183,7 +231,7 @@ void JsonLogWriter::appendLevelCode(std::uint64_t level)
                                      buffer_.data());
 }
 
-void JsonLogWriter::flush()
+void JsonLogWriter::empty()
 {
     const auto size = static_cast<qint64>(used_);
     failed_ = failed_ || device_.write(buffer_.data(), size) != size;

@@ -117,12 +117,12 @@ void LogMessageListener::handleCommand(LogMessageCommand command, const std::uin
             throw LogSvcError(outOfRange);
         ReplayRequest request;
         std::memcpy(request.bytes.data(), payload, replayRequestSize);
-        replay(request, textBehind(payload, length, replayRequestSize));
+        replay(command, request, textBehind(payload, length, replayRequestSize));
         break;
     }
     case LogMessageCommand::ReplayAndForward: {
         const std::string_view addressText = textBehind(payload, length, 0);
-        replay(ReplayRequest::everything(), addressText);
+        replay(command, ReplayRequest::everything(), addressText);
         addSink(static_cast<std::uint32_t>(SinkType::Forwarder), addressText);
         break;
     }
@@ -152,18 +152,23 @@ void LogMessageListener::deliver(const std::uint8_t* payload, std::size_t length
         // No failure of one sink at one moment but a mistake of the program: it ends the round.
         if (sink->containerOperatingMode() != 0)
             throw LogSvcError("Unknown log sink container operating mode selected");
-        callKeepingFirstError(firstError, [&] {
-            if (secondary)
-                sink->consumeSecondary(container);
-            else
-                sink->consume(container);
-        });
+        callKeepingFirstError(firstError, [&] { deliverTo(*sink, container, secondary); });
     }
     if (firstError)
         std::rethrow_exception(firstError);
 }
 
-void LogMessageListener::replay(const ReplayRequest& request, std::string_view addressText)
+void LogMessageListener::deliverTo(LogMessageSink& sink, const LogMessageContainerView& container,
+                                   bool secondary)
+{
+    if (secondary)
+        sink.consumeSecondary(container);
+    else
+        sink.consume(container);
+}
+
+void LogMessageListener::replay(LogMessageCommand /*command*/, const ReplayRequest& request,
+                                std::string_view addressText)
 {
     bool toItself = false;
     try {
@@ -206,6 +211,14 @@ bool LogMessageListener::addSink(std::uint32_t typeCode, std::string_view argume
     return true;
 }
 
+void LogMessageListener::appendSink(std::shared_ptr<LogMessageSink> sink)
+{
+    const auto* forwarder = dynamic_cast<const LogMessageSinkForwarder*>(sink.get());
+    if (forwarder != nullptr && isOwnAddress(forwarder->argumentText()))
+        throw LogSvcError(outOfRange);
+    sinks_.push_back(std::move(sink));
+}
+
 bool LogMessageListener::removeSink(std::uint32_t typeCode, std::string_view argumentText)
 {
     if (sinks_.empty())
@@ -217,6 +230,7 @@ bool LogMessageListener::removeSink(std::uint32_t typeCode, std::string_view arg
         });
     if (found == sinks_.end())
         return false;
+    removing(**found);
     sinks_.erase(found);
     return true;
 }
@@ -226,9 +240,12 @@ bool LogMessageListener::removeSink(std::uint32_t typeCode, std::string_view arg
 bool LogMessageListener::removeForwardersToNobody()
 {
     const auto gone = std::remove_if(
-        sinks_.begin(), sinks_.end(), [](const std::shared_ptr<LogMessageSink>& sink) {
+        sinks_.begin(), sinks_.end(), [this](const std::shared_ptr<LogMessageSink>& sink) {
             const auto* forwarder = dynamic_cast<const LogMessageSinkForwarder*>(sink.get());
-            return forwarder != nullptr && forwarder->isDestinationGone();
+            if (forwarder == nullptr || !forwarder->isDestinationGone())
+                return false;
+            removing(*sink);
+            return true;
         });
     const bool any = gone != sinks_.end();
     sinks_.erase(gone, sinks_.end());

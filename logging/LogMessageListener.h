@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string_view>
 
 namespace zuLogging {
@@ -20,9 +21,9 @@ class LogMessageListener : public LogProtoServer<LogMsgProtocol>
 {
 public:
     /// As many sinks of one class as requests can add: whoever can send a datagram must not be able
-    /// to grow the program without bound. For one more, forwarders to
-    /// ports that nobody has any more are removed; when there are none the request fails with "The
-    /// command packet data are out of range".
+    /// to grow the program without bound. For one more, forwarders to ports that nobody has any
+    /// more are removed; when there are none the request fails with "The command packet data are
+    /// out of range".
     static constexpr std::size_t maximumSinksOfOneClass = 64;
 
     /// `firstNumber` is the number before that of the first container, for tests of the wrap.
@@ -48,13 +49,29 @@ protected:
     /// there are no sinks at all.
     bool removeSink(std::uint32_t typeCode, std::string_view argumentText);
 
+    /// Receiving thread, or before `start`: puts a sink that is made already at the end of the
+    /// list. Throws LogSvcError for a forwarder to this very listener.
+    void appendSink(std::shared_ptr<LogMessageSink> sink);
+
     const SinkList& sinks() const { return sinks_; }
+
+    /// Hands one container, `secondary` for one of the second kind, to one sink.
+    virtual void deliverTo(LogMessageSink& sink, const LogMessageContainerView& container,
+                           bool secondary);
+
+    /// Passes a replay request on to every sink. `command` is the one with which it came: Replay or
+    /// ReplayAndForward. Throws LogSvcError when it leads to this very listener, or what a sink
+    /// throws.
+    virtual void replay(LogMessageCommand command, const ReplayRequest& request,
+                        std::string_view addressText);
+
+    /// Called for each sink that is about to leave the list.
+    virtual void removing(const LogMessageSink& /*sink*/) {}
 
 private:
     void handleCommand(LogMessageCommand command, const std::uint8_t* payload, std::size_t length,
                        bool numbered);
     void deliver(const std::uint8_t* payload, std::size_t length, bool secondary, bool numbered);
-    void replay(const ReplayRequest& request, std::string_view addressText);
     bool removeForwardersToNobody();
     bool isOwnAddress(std::string_view addressText) const;
 

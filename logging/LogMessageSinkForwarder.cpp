@@ -13,12 +13,23 @@ LogMessageSinkForwarder::LogMessageSinkForwarder(std::string_view addressText,
 
 void LogMessageSinkForwarder::consume(const LogMessageContainerView& container)
 {
-    client_.forward(container);
+    forward(container);
 }
 
 void LogMessageSinkForwarder::consumeSecondary(const LogMessageContainerView& container)
 {
-    client_.forward(container);
+    forward(container);
+}
+
+void LogMessageSinkForwarder::forward(const LogMessageContainerView& container)
+{
+    try {
+        client_.forward(container);
+    } catch (...) {
+        ++failedCount_;
+        throw;
+    }
+    ++sentCount_;
 }
 
 bool LogMessageSinkForwarder::matches(std::string_view argumentText) const

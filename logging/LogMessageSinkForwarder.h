@@ -32,8 +32,16 @@ public:
     /// there that does nothing.
     bool isDestinationGone() const;
 
+    /// Receiving thread. Containers sent on, and those that could not be.
+    std::uint64_t sentCount() const { return sentCount_; }
+    std::uint64_t failedCount() const { return failedCount_; }
+
 private:
+    void forward(const LogMessageContainerView& container);
+
     LogClient client_;
+    std::uint64_t sentCount_ = 0;
+    std::uint64_t failedCount_ = 0;
 };
 
 } // namespace zuLogging

@@ -22,6 +22,7 @@ namespace zuLogging {
 namespace {
 
 constexpr std::uint32_t replayEverything = 256;
+constexpr std::size_t ringCount = 2;
 
 // Of the payload that reports keys: their number, then the keys.
 constexpr std::size_t keyCountSize = sizeof(std::uint32_t);
@@ -97,6 +98,7 @@ LogMessageSinkRecorder::LogMessageSinkRecorder(std::uint64_t primaryCapacity,
     , clock_(clock ? std::move(clock) : [] { return std::chrono::system_clock::now(); })
     , lastReport_(clock_())
 {
+    lastReplays_.reserve(ringCount);
 }
 
 LogMessageSinkRecorder::~LogMessageSinkRecorder()
@@ -135,6 +137,7 @@ void LogMessageSinkRecorder::consumeSecondary(const LogMessageContainerView& con
 
 void LogMessageSinkRecorder::replay(const ReplayRequest& request, std::string_view addressText)
 {
+    lastReplays_.clear();
     if (loadU32(request.bytes.data()) != replayEverything)
         return;
     const SocketAddress target = parseSocketAddress(addressText);
@@ -142,6 +145,13 @@ void LogMessageSinkRecorder::replay(const ReplayRequest& request, std::string_vi
     reapReplays();
     startReplay(primary_, target);
     startReplay(secondary_, target);
+}
+
+std::size_t LogMessageSinkRecorder::replaysUnderWay() const
+{
+    return static_cast<std::size_t>(
+        std::count_if(replays_.begin(), replays_.end(),
+                      [](const auto& entry) { return !entry.second.progress->endTime(); }));
 }
 
 void LogMessageSinkRecorder::startReplay(const RecordRing& ring, const SocketAddress& target)
@@ -154,11 +164,13 @@ void LogMessageSinkRecorder::startReplay(const RecordRing& ring, const SocketAdd
         // The entry is made before the thread, which could not be joined if there were no memory
         // for it afterwards.
         const auto thread = std::make_shared<boost::thread>();
-        auto entry =
-            replays_.extract(replays_.insert({boost::thread::id(), {thread, ring.size()}}).first);
-        *thread = boost::thread(LogReplay(ring.snapshot(), target));
+        const auto progress = std::make_shared<ReplayProgress>();
+        auto entry = replays_.extract(
+            replays_.insert({boost::thread::id(), {thread, ring.size(), progress}}).first);
+        *thread = boost::thread(LogReplay(ring.snapshot(), target, progress));
         entry.key() = thread->get_id();
         replays_.insert(std::move(entry));
+        lastReplays_.push_back(progress);
         return;
     } catch (const std::bad_alloc&) {
     } catch (const boost::thread_resource_error&) {

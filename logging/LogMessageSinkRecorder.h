@@ -2,6 +2,7 @@
 
 #include "logging/LogMessageSink.h"
 #include "logging/RecordRing.h"
+#include "logging/ReplayProgress.h"
 #include "logging/SocketAddressText.h"
 
 #include <boost/thread/thread.hpp>
@@ -13,6 +14,7 @@
 #include <map>
 #include <memory>
 #include <string_view>
+#include <vector>
 
 namespace zuLogging {
 
@@ -65,12 +67,21 @@ public:
     const RecordRing& secondaryRing() const { return secondary_; }
     /// Receiving thread. Replays that run or have not been forgotten yet.
     std::size_t replayCount() const { return replays_.size(); }
+    /// Receiving thread. Replays that have not sent their last record yet.
+    std::size_t replaysUnderWay() const;
+    /// Receiving thread. The replays that the last `replay` started; a replay that was dropped is
+    /// not among them.
+    const std::vector<std::shared_ptr<const ReplayProgress>>& lastReplays() const
+    {
+        return lastReplays_;
+    }
 
 private:
     struct Replay
     {
         std::shared_ptr<boost::thread> thread;
         std::size_t records;
+        std::shared_ptr<ReplayProgress> progress;
     };
 
     void startReplay(const RecordRing& ring, const SocketAddress& target);
@@ -81,6 +92,7 @@ private:
     RecordRing primary_;
     RecordRing secondary_;
     std::map<boost::thread::id, Replay> replays_;
+    std::vector<std::shared_ptr<const ReplayProgress>> lastReplays_;
     Clock clock_;
     std::chrono::system_clock::time_point lastReport_;
 };

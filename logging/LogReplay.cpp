@@ -11,9 +11,11 @@
 
 namespace zuLogging {
 
-LogReplay::LogReplay(RecordRing::Snapshot records, const SocketAddress& target)
+LogReplay::LogReplay(RecordRing::Snapshot records, const SocketAddress& target,
+                     std::shared_ptr<ReplayProgress> progress)
     : records_(std::move(records))
     , target_(target)
+    , progress_(std::move(progress))
 {
 }
 
@@ -24,6 +26,7 @@ void LogReplay::operator()() noexcept
     } catch (const std::exception&) {
         // Nobody waits for this replay, and the next one may go well.
     }
+    progress_->end();
     // The thread's own object stays until it is joined; the copies need not.
     records_.reset();
 }

@@ -1,10 +1,12 @@
 #pragma once
 
 #include "logging/RecordRing.h"
+#include "logging/ReplayProgress.h"
 #include "logging/SocketAddressText.h"
 
 #include <chrono>
 #include <cstddef>
+#include <memory>
 
 namespace zuLogging {
 
@@ -20,7 +22,9 @@ public:
     static constexpr std::size_t burst = 4;
     static constexpr std::chrono::milliseconds pause{2};
 
-    LogReplay(RecordRing::Snapshot records, const SocketAddress& target);
+    /// `progress` is told the end.
+    LogReplay(RecordRing::Snapshot records, const SocketAddress& target,
+              std::shared_ptr<ReplayProgress> progress);
 
     /// The body of the thread. A record that is no container, or one that cannot be sent, ends it
     /// quietly. An interruption of the thread ends the pauses, not the replay.
@@ -32,6 +36,7 @@ private:
 
     RecordRing::Snapshot records_;
     SocketAddress target_;
+    std::shared_ptr<ReplayProgress> progress_;
     bool hurried_ = false;
 };
 

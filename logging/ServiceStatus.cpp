@@ -83,14 +83,15 @@ std::string ServiceStatus::toJson() const
     }
     document.add_child(recorders_, recorderList);
 
-    PropertyTree keyList;
-    for (const std::uint64_t key : counterSetKeys) {
-        PropertyTree tree;
-        tree.put_value(key);
-        keyList.push_back({"", std::move(tree)});
-    }
-    document.add_child(counterSetKeys_, keyList);
-    return writePropertyTree(document, JsonForm::Compact);
+    std::string json = writePropertyTree(document, JsonForm::Compact);
+    // A service makes this text between two messages: 65,536 keys take a tree a tenth of a second.
+    json.pop_back();
+    json.append(",\"").append(counterSetKeys_).append("\":[");
+    for (const std::uint64_t key : counterSetKeys)
+        json.append(1, '"').append(std::to_string(key)).append("\",");
+    if (!counterSetKeys.empty())
+        json.pop_back();
+    return json.append("]}");
 }
 
 ServiceStatus ServiceStatus::fromJson(std::string_view json)

@@ -33,10 +33,13 @@ void ignoreBrokenPipes();
 /// Runs `onRequest` (once, on a thread of its own) when the system asks the process to end
 /// (SIGTERM, SIGINT). Make it before any other thread is started, so that all of them leave these
 /// signals alone. The destructor ends the thread.
+///
+/// `alsoHangup`: a terminal that is closed (SIGHUP) is a request too, unless the process was
+/// started so that it outlives its terminal.
 class TerminationWatcher
 {
 public:
-    explicit TerminationWatcher(std::function<void()> onRequest);
+    explicit TerminationWatcher(std::function<void()> onRequest, bool alsoHangup = false);
     ~TerminationWatcher();
     TerminationWatcher(const TerminationWatcher&) = delete;
     TerminationWatcher& operator=(const TerminationWatcher&) = delete;

@@ -194,13 +194,17 @@ struct TerminationWatcher::State
     }
 };
 
-TerminationWatcher::TerminationWatcher(std::function<void()> onRequest)
+TerminationWatcher::TerminationWatcher(std::function<void()> onRequest, bool alsoHangup)
 {
     sigset_t requests;
     sigset_t before;
     ::sigemptyset(&requests);
     ::sigaddset(&requests, SIGTERM);
     ::sigaddset(&requests, SIGINT);
+    struct sigaction hangup = {};
+    // One that is ignored would still come through, once it is blocked.
+    if (alsoHangup && ::sigaction(SIGHUP, nullptr, &hangup) == 0 && hangup.sa_handler != SIG_IGN)
+        ::sigaddset(&requests, SIGHUP);
     const int blocked = ::pthread_sigmask(SIG_BLOCK, &requests, &before);
     if (blocked != 0)
         throw std::system_error(blocked, std::generic_category());

@@ -103,7 +103,7 @@ bool replaceStoredFile(const std::string& path, std::string_view bytes, std::str
 {
     const std::string temporary = path + ".new";
     const FileDescriptor file(
-        ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0644));
+        ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0666));
     if (!file) {
         error = errorText(errno);
         return false;

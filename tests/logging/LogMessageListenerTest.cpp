@@ -2,6 +2,7 @@
 
 #include "logging/LogMessageSinkForwarder.h"
 #include "logging/LogMessageSinkTrace.h"
+#include "logging/LogSvcError.h"
 #include "logging/SocketAddressText.h"
 #include "tests/support/ListenerUnderTest.h"
 #include "tests/support/RecordingSink.h"
@@ -526,6 +527,124 @@ TEST_F(LogMessageListenerTest, RandomRequestsChangeNothing)
     }
     EXPECT_TRUE(sink->received().empty());
     EXPECT_EQ(listener.sinkCount(), 1U);
+}
+
+/// Notes what its base class tells it, and passes on only the replays that come with a
+/// subscription.
+class NotingListener final : public LogMessageListener
+{
+public:
+    explicit NotingListener(SinkList sinks)
+        : LogMessageListener(std::move(sinks))
+    {
+        start();
+    }
+    ~NotingListener() override { stop(); }
+
+    std::vector<std::string> calls; ///< to be read once it is stopped
+
+    static std::shared_ptr<NotingListener> make(SinkList sinks)
+    {
+        return std::make_shared<NotingListener>(std::move(sinks));
+    }
+
+protected:
+    bool assignsServiceIds() const override { return false; }
+    void deliverTo(LogMessageSink& to, const LogMessageContainerView& container,
+                   bool secondary) override
+    {
+        calls.push_back(secondary ? "second kind" : "first kind");
+        LogMessageListener::deliverTo(to, container, secondary);
+    }
+    void replay(LogMessageCommand command, const ReplayRequest& request,
+                std::string_view addressText) override
+    {
+        calls.push_back(std::to_string(static_cast<int>(command)) + ' ' + std::string(addressText));
+        if (command == LogMessageCommand::ReplayAndForward)
+            LogMessageListener::replay(command, request, addressText);
+    }
+    void removing(const LogMessageSink& leaving) override
+    {
+        calls.push_back("removing " + leaving.argumentText());
+    }
+};
+
+TEST_F(LogMessageListenerTest, ADerivedListenerSeesDeliveriesReplaysAndRemovals)
+{
+    const auto listener = NotingListener::make({sink});
+    const auto ask = [&](std::uint16_t code, const Bytes& payload) {
+        const auto reply = peer.exchange(command(code, payload), listener->boundAddress());
+        return reply ? reply->status : 0xFFFF;
+    };
+    EXPECT_EQ(ask(257, TestContainer().bytes()), 0);
+    EXPECT_EQ(ask(258, TestContainer().bytes()), 0);
+    Bytes payload(32);
+    const Bytes address = textBytes("127.0.0.1:5000");
+    payload.insert(payload.end(), address.begin(), address.end());
+    EXPECT_EQ(ask(291, payload), 0);
+    EXPECT_TRUE(sink->replayed().empty()) << "what it keeps to itself no sink gets";
+    EXPECT_EQ(ask(292, address), 0);
+    EXPECT_EQ(sink->replayed().size(), 1U);
+    EXPECT_EQ(ask(290, typeAndText(4, "127.0.0.1:5001")), 0);
+    EXPECT_EQ(ask(290, typeAndText(4, "127.0.0.1:5000")), 0);
+    listener->stop();
+    EXPECT_EQ(listener->calls,
+              (std::vector<std::string>{"first kind", "second kind", "291 127.0.0.1:5000",
+                                        "292 127.0.0.1:5000", "removing 127.0.0.1:5000"}));
+}
+
+TEST_F(LogMessageListenerTest, ForwardersToNobodyAreToldOfBeforeTheyGo)
+{
+    const auto listener = NotingListener::make({sink});
+    std::vector<std::unique_ptr<UdpPeer>> viewers;
+    std::vector<std::string> texts;
+    for (int i = 0; i < 65; ++i) {
+        viewers.push_back(std::make_unique<UdpPeer>());
+        texts.push_back(socketAddressText(viewers.back()->address()));
+    }
+    for (std::size_t i = 0; i < 65; ++i) {
+        if (i == 64) {
+            viewers[7].reset();
+            viewers[20].reset();
+        }
+        const auto reply =
+            peer.exchange(command(289, typeAndText(4, texts[i])), listener->boundAddress());
+        ASSERT_TRUE(reply && reply->status == 0);
+    }
+    listener->stop();
+    EXPECT_EQ(listener->calls,
+              (std::vector<std::string>{"removing " + texts[7], "removing " + texts[20]}));
+}
+
+/// Is given its sinks ready made, before it starts.
+class AppendingListener final : public LogMessageListener
+{
+public:
+    AppendingListener()
+        : LogMessageListener({})
+    {
+    }
+    ~AppendingListener() override { stop(); }
+
+    using LogMessageListener::appendSink;
+    using LogMessageListener::sinks;
+
+protected:
+    bool assignsServiceIds() const override { return false; }
+};
+
+TEST_F(LogMessageListenerTest, ASinkThatIsMadeAlreadyIsAppendedUnlessItForwardsToTheListenerItself)
+{
+    AppendingListener listener;
+    listener.appendSink(sink);
+    listener.appendSink(std::make_shared<LogMessageSinkForwarder>("127.0.0.1:5000"));
+    const std::string port = std::to_string(listener.boundAddress().port);
+    for (const char* host : {"127.0.0.1:", "0.0.0.0:"})
+        EXPECT_THROW(listener.appendSink(std::make_shared<LogMessageSinkForwarder>(host + port)),
+                     LogSvcError);
+    ASSERT_EQ(listener.sinks().size(), 2U);
+    EXPECT_EQ(listener.sinks()[0], sink);
+    EXPECT_EQ(listener.sinks()[1]->argumentText(), "127.0.0.1:5000");
 }
 
 } // namespace

@@ -121,6 +121,26 @@ TEST(LogMessageSinkForwarder, IsNotMadeFromATextThatIsNoAddress)
     }
 }
 
+TEST_F(LogMessageSinkForwarderTest, CountsWhatItSentOnAndWhatItCouldNot)
+{
+    EXPECT_EQ(forwarder.sentCount(), 0U);
+    forwarder.consume(TestContainer().view());
+    forwarder.consumeSecondary(TestContainer(containerFlagSecondary).view());
+    EXPECT_EQ(forwarder.sentCount(), 2U);
+    EXPECT_EQ(forwarder.failedCount(), 0U);
+
+    EXPECT_THROW(forwarder.consume(TestContainer().padTo(1389).setSizeField(1389).view()),
+                 LogSvcError);
+    LogMessageContainerView half = TestContainer().view();
+    half.length = 27;
+    EXPECT_THROW(forwarder.consume(half), LogSvcError);
+    EXPECT_EQ(forwarder.sentCount(), 2U);
+    EXPECT_EQ(forwarder.failedCount(), 2U);
+
+    forwarder.consume(TestContainer().view());
+    EXPECT_EQ(forwarder.sentCount(), 3U);
+}
+
 // No ordinary program may send to the broadcast address: the system refuses every attempt.
 constexpr char unreachable[] = "255.255.255.255:9";
 
@@ -136,6 +156,8 @@ TEST(LogMessageSinkForwarder, ADestinationThatCannotBeReachedIsTriedAgainWithThe
                                        "with the server.");
         }
     }
+    EXPECT_EQ(forwarder.sentCount(), 0U);
+    EXPECT_EQ(forwarder.failedCount(), 3U);
 }
 
 TEST(LogMessageSinkForwarder, ADeadDestinationDoesNotKeepMessagesFromTheOthers)

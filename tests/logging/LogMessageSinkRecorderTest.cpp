@@ -1,6 +1,7 @@
 #include "logging/LogMessageSinkRecorder.h"
 
 #include "logging/ConnectionInfo.h"
+#include "logging/LogReplay.h"
 #include "logging/LogSvcError.h"
 #include "logging/SocketAddressText.h"
 #include "tests/support/FakeLogServer.h"
@@ -219,6 +220,63 @@ TEST_F(LogMessageSinkRecorderTest, AReplayRequestWith256StartsTwoReplaysEvenWhen
     replay();
     EXPECT_EQ(recorder->replayCount(), 2U);
     EXPECT_EQ(sourceIdsOf(everythingReplayed()), std::vector<std::uint64_t>{9});
+}
+
+TEST_F(LogMessageSinkRecorderTest, AReplaySaysItselfWhenItHasSentItsLastRecord)
+{
+    make(1000);
+    EXPECT_TRUE(recorder->lastReplays().empty());
+    for (std::uint64_t i = 1; i <= 1000; ++i)
+        recorder->consume(numbered(i).view());
+    const auto before = std::chrono::steady_clock::now();
+    replay();
+    const auto replays = recorder->lastReplays();
+    ASSERT_EQ(replays.size(), 2U);
+    // The pauses between its bursts alone take longer than this.
+    EXPECT_EQ(replays[0]->endTime(), std::nullopt);
+    EXPECT_GE(recorder->replaysUnderWay(), 1U);
+    // Without a call of the recorder meanwhile, which forgets ended replays.
+    EXPECT_TRUE(waitFor([&] { return replays[0]->endTime() && replays[1]->endTime(); }));
+    EXPECT_EQ(recorder->replayCount(), 2U);
+    EXPECT_EQ(recorder->replaysUnderWay(), 0U);
+    const auto pauses = (1000 / LogReplay::burst - 1) * LogReplay::pause;
+    EXPECT_GE(*replays[0]->endTime() - before, pauses);
+    EXPECT_LE(*replays[0]->endTime(), std::chrono::steady_clock::now());
+    EXPECT_LT(*replays[1]->endTime(), *replays[0]->endTime()) << "the empty ring's";
+}
+
+TEST_F(LogMessageSinkRecorderTest, AReplayThatFailsHasAnEndAsWell)
+{
+    make(3, 3);
+    recorder->consume(numbered(1).setSizeField(27).view());
+    recorder->consumeSecondary(numbered(1).view());
+    recorder->replay(ReplayRequest::everything(), unreachable);
+    const auto replays = recorder->lastReplays();
+    ASSERT_EQ(replays.size(), 2U);
+    EXPECT_TRUE(waitFor([&] { return replays[0]->endTime() && replays[1]->endTime(); }));
+}
+
+TEST_F(LogMessageSinkRecorderTest, TheLastReplaysAreThoseOfTheLastRequestThatWereReallyStarted)
+{
+    const TraceCapture trace;
+    make(1000, 1000);
+    for (std::uint64_t i = 1; i <= 1000; ++i) {
+        recorder->consume(numbered(i).view());
+        recorder->consumeSecondary(numbered(i, containerFlagSecondary).view());
+    }
+    for (int i = 0; i < 8; ++i) {
+        replay();
+        EXPECT_EQ(recorder->lastReplays().size(), 2U);
+    }
+    replay();
+    EXPECT_EQ(trace.count(refusal), 2U);
+    EXPECT_TRUE(recorder->lastReplays().empty());
+
+    replay(); // and one that comes to nothing in another way
+    recorder->replay(requestWith(255), text(destination.address()));
+    EXPECT_TRUE(recorder->lastReplays().empty());
+    EXPECT_THROW(recorder->replay(ReplayRequest::everything(), "no address"), LogSvcError);
+    EXPECT_TRUE(recorder->lastReplays().empty());
 }
 
 TEST_F(LogMessageSinkRecorderTest, OnlyTheFirstWordOfTheRequestIsRead)

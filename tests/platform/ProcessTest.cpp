@@ -148,15 +148,17 @@ TEST(Process, TheRuntimeDirectoryIsTheEnvironmentsElseRun)
 }
 
 // Run in a process of its own, where no thread is older than the watcher. 0: all was right.
-int statusOfAProcessThatGets(int signal)
+int statusOfAProcessThatGets(int signal, bool alsoHangup = false)
 {
     std::atomic<int> requests{0};
     std::atomic<std::uint64_t> thread{0};
     {
-        const TerminationWatcher watcher([&] {
-            thread = currentThreadId();
-            ++requests;
-        });
+        const TerminationWatcher watcher(
+            [&] {
+                thread = currentThreadId();
+                ++requests;
+            },
+            alsoHangup);
         ::kill(::getpid(), signal);
         if (!zuLogging::test::waitFor([&] { return requests == 1; }))
             return 1;
@@ -175,6 +177,38 @@ TEST(TerminationWatcher, EitherSignalIsARequestAndRunsTheHandlerOnceOnAnotherThr
     ::testing::FLAGS_gtest_death_test_style = "threadsafe";
     EXPECT_EXIT(std::_Exit(statusOfAProcessThatGets(SIGTERM)), ::testing::ExitedWithCode(0), "");
     EXPECT_EXIT(std::_Exit(statusOfAProcessThatGets(SIGINT)), ::testing::ExitedWithCode(0), "");
+}
+
+TEST(TerminationWatcher, AClosedTerminalIsARequestWhereItIsAskedFor)
+{
+    ::testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_EXIT(std::_Exit(statusOfAProcessThatGets(SIGHUP, true)), ::testing::ExitedWithCode(0),
+                "");
+    EXPECT_EXIT(std::_Exit(statusOfAProcessThatGets(SIGHUP)), ::testing::KilledBySignal(SIGHUP),
+                "");
+}
+
+// 0: it went on in spite of the signal.
+int statusOfAProcessThatOutlivesItsTerminal()
+{
+    ::signal(SIGHUP, SIG_IGN);
+    std::atomic<int> requests{0};
+    const TerminationWatcher watcher([&] { ++requests; }, true);
+    ::kill(::getpid(), SIGHUP);
+    ::kill(::getpid(), SIGTERM);
+    if (!zuLogging::test::waitFor([&] { return requests == 1; }))
+        return 1;
+    sigset_t pending;
+    ::sigpending(&pending);
+    // Whichever comes first is taken; the other would still be pending.
+    return ::sigismember(&pending, SIGHUP) == 0 && ::sigismember(&pending, SIGTERM) == 0 ? 0 : 2;
+}
+
+TEST(TerminationWatcher, AProcessThatIsToOutliveItsTerminalDoes)
+{
+    ::testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_EXIT(std::_Exit(statusOfAProcessThatOutlivesItsTerminal()), ::testing::ExitedWithCode(0),
+                "");
 }
 
 TEST(TerminationWatcher, WithoutARequestTheDestructorEndsTheThread)
