@@ -17,6 +17,9 @@ namespace {
 // Of the payloads.
 constexpr std::size_t handleSize = 8;
 constexpr std::size_t bufferSizeSize = 4;
+constexpr std::size_t keyCountSize = 4;
+constexpr std::size_t keySize = 8;
+constexpr std::size_t maximumKeysInPacket = (maximumPayload - keyCountSize) / keySize;
 constexpr std::size_t pieceHandleOffset = 0;
 constexpr std::size_t pieceOffsetOffset = 8;
 constexpr std::size_t pieceLengthOffset = 12;
@@ -53,6 +56,8 @@ std::size_t neededPayload(LogClientCommand command)
     case LogClientCommand::QueryBufferSize:
     case LogClientCommand::SetConfiguration:
         return handleSize;
+    case LogClientCommand::ReportCounterSetKeys:
+        return maximumPayload; // always full packets, however many keys are in them
     default:
         return 0;
     }
@@ -172,8 +177,12 @@ bool ClientCommandServer::process(const Packet& request, Packet& acknowledge)
                           require(buffers_.create(service_.modules()), noBuffer));
         return true;
     case LogClientCommand::GetServiceStatus:
+        succeedWithHandle(header, acknowledge,
+                          require(buffers_.create(service_.status()), noBuffer));
+        return true;
     case LogClientCommand::ReportCounterSetKeys:
-        break; // nobody here keeps counter sets
+        takeKeys(request, acknowledge);
+        return true;
     }
     acknowledge.setHeader(acknowledgeOf(header, PacketStatus::BadPacket));
     return true;
@@ -192,6 +201,23 @@ void ClientCommandServer::write(const Packet& request, Packet& acknowledge)
     if (!buffers_.write(loadU64(payload + pieceHandleOffset), loadU32(payload + pieceOffsetOffset),
                         payload + pieceDataOffset, length))
         throw LogSvcError(wrongPiece);
+    succeed(header, acknowledge, 0);
+}
+
+void ClientCommandServer::takeKeys(const Packet& request, Packet& acknowledge)
+{
+    const PacketHeader header = request.header();
+    const std::uint8_t* payload = request.payload();
+    const std::size_t count = loadU32(payload);
+    if (count > maximumKeysInPacket) {
+        acknowledge.setHeader(acknowledgeOf(header, PacketStatus::BadPacket));
+        return;
+    }
+    std::vector<std::uint64_t> keys;
+    keys.reserve(count);
+    for (std::size_t i = 0; i < count; ++i)
+        keys.push_back(loadU64(payload + keyCountSize + i * keySize));
+    service_.counterSetKeysReported(keys);
     succeed(header, acknowledge, 0);
 }
 

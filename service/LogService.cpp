@@ -1,8 +1,17 @@
 #include "service/LogService.h"
 
+#include "logging/LogMessageSinkForwarder.h"
+#include "logging/LogMessageSinkRecorder.h"
+#include "logging/LogMessageSinkTrace.h"
 #include "logging/LogSvcError.h"
+#include "platform/Desktop.h"
+#include "platform/Process.h"
 #include "platform/Trace.h"
 #include "service/ServiceFiles.h"
+#include "service/SinkNames.h"
+#include "service/UnlimitedTrace.h"
+
+#include <QString>
 
 #include <algorithm>
 #include <exception>
@@ -26,19 +35,24 @@ bool isSame(const PacketHeader& a, const PacketHeader& b)
 } // namespace
 
 LogService::LogService(SinkList sinks, const std::string& folder, TransferBuffers::Clock clock)
-    : LogMessageListener(std::move(sinks))
+    : LogMessageListener({})
     , clientCommands_(*this, clock)
     , decisions_([this](std::u16string_view module) {
         if (modules_.note(module))
             worker_.requestDelayedJob();
     })
     , files_(folder, clock)
+    , replayGuard_(clock)
+    , clock_(clock)
+    , started_(clock_())
     , modules_(fileIn(folder, modulesFileName))
     , configuration_(fileIn(folder, rulesFileName))
 {
     decisions_.setRules(configuration_.current().rules);
     configurationText_ = configuration_.current().text;
     worker_.setDelayedJob([this] { modules_.save(); }, modulesDelay);
+    for (std::shared_ptr<LogMessageSink>& sink : sinks)
+        use(std::move(sink));
     start();
 }
 
@@ -48,6 +62,17 @@ LogService::~LogService()
     worker_.stop();
     stop();
     modules_.save();
+}
+
+void LogService::use(std::shared_ptr<LogMessageSink> sink)
+{
+    const std::string argument = sink->argumentText();
+    try {
+        appendSink(std::move(sink));
+    } catch (const LogSvcError&) {
+        // The system may give the service the very port that somebody had in mind for another.
+        platform::trace("Refusing to forward to " + argument + ", which is this service itself\n");
+    }
 }
 
 bool LogService::processForeign(const Packet& request, std::size_t length, Packet& acknowledge)
@@ -80,13 +105,109 @@ bool LogService::isWanted(const LogMessageContainerView& container)
         messagesSinceSweep_ = 0;
         clientCommands_.idle();
     }
+    ++taken_;
     const std::optional<LoggingDecision> decision = decisions_.decide(container);
-    if (!decision)
+    if (!decision) {
+        ++dropped_;
         return false;
+    }
     if (decision->destination == LoggingDecision::Destination::File &&
         decision->file != LoggingDecision::noFile)
         files_.write(decisions_.rules().files()[decision->file], container);
     return true;
+}
+
+void LogService::deliverTo(LogMessageSink& sink, const LogMessageContainerView& container,
+                           bool secondary)
+{
+    if (dynamic_cast<const LogMessageSinkTrace*>(&sink) == nullptr) {
+        LogMessageListener::deliverTo(sink, container, secondary);
+        return;
+    }
+    const UnlimitedTrace unlimited;
+    LogMessageListener::deliverTo(sink, container, secondary);
+}
+
+void LogService::replay(LogMessageCommand command, const ReplayRequest& request,
+                        std::string_view addressText)
+{
+    if (command == LogMessageCommand::Replay && isReplayRepeated(addressText))
+        return;
+    LogMessageListener::replay(command, request, addressText);
+    if (command != LogMessageCommand::ReplayAndForward)
+        return;
+    for (const std::shared_ptr<LogMessageSink>& sink : sinks()) {
+        const auto* recorder = dynamic_cast<const LogMessageSinkRecorder*>(sink.get());
+        if (recorder == nullptr)
+            continue;
+        for (const ReplayGuard::Replay& replay : recorder->lastReplays())
+            replayGuard_.note(parseSocketAddress(addressText), replay);
+    }
+}
+
+bool LogService::isReplayRepeated(std::string_view addressText) const
+{
+    try {
+        return replayGuard_.covers(parseSocketAddress(addressText));
+    } catch (const LogSvcError&) {
+        return false; // what is no address is the business of the sinks
+    }
+}
+
+void LogService::removing(const LogMessageSink& sink)
+{
+    if (const auto* forwarder = dynamic_cast<const LogMessageSinkForwarder*>(&sink))
+        forwardedByRemoved_ += forwarder->sentCount();
+}
+
+TransferBuffers::Contents LogService::status()
+{
+    const auto text = std::make_shared<const std::string>(currentStatus().toJson());
+    return {text, *text};
+}
+
+ServiceStatus LogService::currentStatus() const
+{
+    using std::chrono::duration_cast;
+    using std::chrono::milliseconds;
+
+    ServiceStatus status;
+    status.version = platform::productVersion();
+    status.processId = platform::currentProcessId();
+    status.uptime =
+        static_cast<std::uint64_t>(duration_cast<milliseconds>(clock_() - started_).count());
+    status.taken = taken_;
+    status.dropped = dropped_;
+    status.forwarded = forwardedByRemoved_;
+    for (const std::shared_ptr<LogMessageSink>& sink : sinks()) {
+        if (const auto* recorder = dynamic_cast<const LogMessageSinkRecorder*>(sink.get())) {
+            const RecordRing& primary = recorder->primaryRing();
+            const RecordRing& secondary = recorder->secondaryRing();
+            status.recorders.push_back({primary.size(), primary.capacity(), secondary.size(),
+                                        secondary.capacity(), recorder->replaysUnderWay()});
+            continue;
+        }
+        const std::optional<SinkType> type = sinkTypeOf(*sink);
+        if (!type)
+            continue;
+        ServiceStatus::Sink shown;
+        shown.type = sinkName(*type);
+        // A path is bytes; the status is text.
+        shown.argument = QString::fromStdString(sink->argumentText()).toStdString();
+        if (const auto* forwarder = dynamic_cast<const LogMessageSinkForwarder*>(sink.get())) {
+            shown.sent = forwarder->sentCount();
+            shown.failed = forwarder->failedCount();
+            status.forwarded += shown.sent;
+        }
+        status.sinks.push_back(std::move(shown));
+    }
+    status.counterSetKeys = counterSetKeys_.list();
+    return status;
+}
+
+void LogService::counterSetKeysReported(const std::vector<std::uint64_t>& keys)
+{
+    counterSetKeys_.add(keys);
 }
 
 TransferBuffers::Contents LogService::configuration()

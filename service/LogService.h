@@ -1,11 +1,14 @@
 #pragma once
 
 #include "logging/LogMessageListener.h"
+#include "logging/ServiceStatus.h"
 #include "service/BackgroundWorker.h"
 #include "service/ClientCommandServer.h"
+#include "service/CounterSetKeys.h"
 #include "service/DecisionCache.h"
 #include "service/LogFiles.h"
 #include "service/ModuleRegistry.h"
+#include "service/ReplayGuard.h"
 #include "service/ServiceConfiguration.h"
 
 #include <atomic>
@@ -21,6 +24,9 @@ namespace zuLogging {
 /// that its configuration lets through and hands them to its sinks; adds and removes forwarders;
 /// answers the log client protocol on the same socket, the two being told apart by their magic.
 ///
+/// Each recorded message goes once to whoever subscribes with a replay: what he asks for again
+/// while that replay is under way, or less than two seconds after it, is acknowledged and not sent.
+///
 /// Serves from its construction to its destruction. The base class tells where (`boundAddress`);
 /// telling other programs is the business of whoever runs the service.
 ///
@@ -34,9 +40,10 @@ public:
     /// Configurations that wait for being checked; one more is refused.
     static constexpr std::size_t maximumUploads = 8;
 
-    /// `folder` is where configuration, list of modules and log files are kept; when it is empty,
-    /// the first two are in memory only and there are no log files. Throws LogSvcError when there
-    /// is no socket to be had.
+    /// `sinks` get the messages, in their order, before those that requests add. `folder` is where
+    /// configuration, list of modules and log files are kept; when it is empty, the first two are
+    /// in memory only and there are no log files. Throws LogSvcError when there is no socket to be
+    /// had.
     explicit LogService(SinkList sinks = {}, const std::string& folder = {},
                         TransferBuffers::Clock clock = &std::chrono::steady_clock::now);
     ~LogService() override;
@@ -47,6 +54,11 @@ protected:
     void woken() override;
     bool assignsServiceIds() const override { return true; }
     bool isWanted(const LogMessageContainerView& container) override;
+    void deliverTo(LogMessageSink& sink, const LogMessageContainerView& container,
+                   bool secondary) override;
+    void replay(LogMessageCommand command, const ReplayRequest& request,
+                std::string_view addressText) override;
+    void removing(const LogMessageSink& sink) override;
 
 private:
     /// A request to replace the configuration.
@@ -67,6 +79,11 @@ private:
     TransferBuffers::Contents modules() override;
     void replaceConfiguration(TransferBuffers::Contents contents, const PacketHeader& request,
                               std::uint64_t handle) override;
+    TransferBuffers::Contents status() override;
+    void counterSetKeysReported(const std::vector<std::uint64_t>& keys) override;
+    void use(std::shared_ptr<LogMessageSink> sink);
+    ServiceStatus currentStatus() const;
+    bool isReplayRepeated(std::string_view addressText) const;
     void checkUpload(const Upload& upload, std::string_view text);
     void takeFinishedUploads();
 
@@ -77,6 +94,14 @@ private:
     std::shared_ptr<const std::string> configurationText_;
     std::vector<Upload> uploads_; ///< being checked
     unsigned messagesSinceSweep_ = 0;
+    ReplayGuard replayGuard_;
+    CounterSetKeys counterSetKeys_;
+    std::uint64_t taken_ = 0;
+    std::uint64_t dropped_ = 0;
+    std::uint64_t forwardedByRemoved_ = 0; ///< by forwarders that are not in the list any more
+
+    TransferBuffers::Clock clock_;
+    TransferBuffers::TimePoint started_;
 
     ModuleRegistry modules_;
 

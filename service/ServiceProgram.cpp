@@ -8,20 +8,22 @@
 #include "platform/SharedMemory.h"
 #include "platform/StoredFile.h"
 #include "platform/Trace.h"
+#include "service/LimitedTrace.h"
 #include "service/LogService.h"
 #include "service/ServiceFiles.h"
 #include "service/ServicePidFile.h"
 #include "service/StartupFile.h"
-#include "service/TraceLimiter.h"
+#include "service/StartupSinks.h"
 
 #include <boost/program_options.hpp>
 
-#include <chrono>
 #include <condition_variable>
 #include <exception>
 #include <mutex>
 #include <optional>
 #include <ostream>
+#include <string>
+#include <vector>
 
 namespace zuLogging {
 
@@ -66,27 +68,6 @@ std::string runningServiceText()
     return text;
 }
 
-/// While it lives, what the library traces goes to `err`, a little of it.
-class LimitedTrace
-{
-public:
-    explicit LimitedTrace(std::ostream& err)
-        : limiter_(
-              [&err](const std::string& line) { err << programName << ": " << line << std::flush; })
-        , previous_(platform::setTraceHandler([this](std::string_view text) {
-            limiter_.add(text, std::chrono::steady_clock::now());
-        }))
-    {
-    }
-    ~LimitedTrace() { platform::setTraceHandler(previous_); }
-    LimitedTrace(const LimitedTrace&) = delete;
-    LimitedTrace& operator=(const LimitedTrace&) = delete;
-
-private:
-    TraceLimiter limiter_;
-    platform::TraceHandler previous_;
-};
-
 /// Where the service keeps its files; empty when there is no such place, which is said.
 std::string usableLogFolder()
 {
@@ -105,38 +86,47 @@ int fail(std::ostream& err, ServiceExit status, const std::string& text)
     return static_cast<int>(status);
 }
 
-int serve(std::ostream& out, std::ostream& err)
+/// Throws when the record cannot be published, which another service does that runs already.
+void publish(platform::SharedMemoryPublisher& publisher, const std::vector<std::uint8_t>& record)
+{
+    switch (publisher.publish(connectionInfoName(), record)) {
+    case platform::SharedMemoryPublisher::Result::Published:
+        return;
+    case platform::SharedMemoryPublisher::Result::NameInUse:
+        throw LogSvcError(runningServiceText());
+    case platform::SharedMemoryPublisher::Result::Failed:
+        throw LogSvcError("cannot publish the connection info: " + publisher.error());
+    }
+}
+
+void serve(std::ostream& out, std::ostream& err)
 {
     // Whoever started the service may stop reading what it says; sinks write there as well.
     platform::ignoreBrokenPipes();
     Event ending;
     const platform::TerminationWatcher watcher([&ending] { ending.set(); });
-    const LimitedTrace trace(err);
+    const LimitedTrace trace(err, programName);
+
+    // A record that leads nowhere keeps the name: the files of a service that runs already must not
+    // be emptied by the sinks of this one.
+    platform::SharedMemoryPublisher publisher;
+    publish(publisher, std::vector<std::uint8_t>(connectionInfoSize));
 
     const std::string folder = usableLogFolder();
     const StartupFile startupFile(fileIn(folder, startupFileName));
-    const LogService service({}, folder);
+    const LogService service(makeStartupSinks(startupFile.sinks()), folder);
     const SocketAddress address = service.boundAddress();
-
-    platform::SharedMemoryPublisher publisher;
-    switch (publisher.publish(connectionInfoName(), encodeConnectionInfo(address))) {
-    case platform::SharedMemoryPublisher::Result::Published:
-        break;
-    case platform::SharedMemoryPublisher::Result::NameInUse:
-        return fail(err, ServiceExit::Failed, runningServiceText());
-    case platform::SharedMemoryPublisher::Result::Failed:
-        return fail(err, ServiceExit::Failed,
-                    "cannot publish the connection info: " + publisher.error());
-    }
+    publish(publisher, encodeConnectionInfo(address));
 
     const ServicePidFile pidFile;
     if (!pidFile.error().empty())
-        err << programName << ": warning: cannot write " << ServicePidFile::path() << ": "
-            << pidFile.error() << std::endl;
+        platform::trace("warning: cannot write " + ServicePidFile::path() + ": " + pidFile.error() +
+                        "\n");
 
     out << programName << ": listening on " << socketAddressText(address) << std::endl;
     ending.wait();
-    return static_cast<int>(ServiceExit::Done);
+    // Before the service ends: nobody is to find one that is not there any more.
+    publisher.withdraw();
 }
 
 } // namespace
@@ -178,7 +168,8 @@ int runServiceProgram(const std::vector<std::string>& arguments, std::ostream& o
     }
 
     try {
-        return serve(out, err);
+        serve(out, err);
+        return static_cast<int>(ServiceExit::Done);
     } catch (const std::exception& error) {
         return fail(err, ServiceExit::Failed, error.what());
     }

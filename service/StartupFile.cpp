@@ -4,9 +4,12 @@
 #include "logging/PropertyTreeJson.h"
 #include "platform/StoredFile.h"
 #include "platform/Trace.h"
+#include "service/SinkNames.h"
 
 #include <charconv>
+#include <optional>
 #include <system_error>
+#include <utility>
 
 namespace zuLogging {
 
@@ -14,37 +17,90 @@ namespace {
 
 constexpr std::size_t maximumSize = std::size_t{1} << 20;
 
-std::string defaultText()
+// Members of the document.
+constexpr char sinksName[] = "startup_sinks";
+constexpr char typeName[] = "type";
+constexpr char pathName[] = "path";
+constexpr char lineLimitName[] = "line_limit";
+constexpr char addressName[] = "address";
+constexpr char sizeName[] = "media_size";
+constexpr char secondarySizeName[] = "secondary_media_size";
+
+PropertyTree defaultRecorder()
 {
     PropertyTree record;
-    record.put("type", "record");
-    record.put("media_size", StartupFile::defaultRecordLines);
+    record.put(typeName, sinkName(SinkType::Recorder));
+    record.put(sizeName, StartupFile::defaultRecordLines);
+    return record;
+}
+
+std::string defaultText()
+{
     PropertyTree sinks;
-    sinks.push_back({"", record});
+    sinks.push_back({"", defaultRecorder()});
     PropertyTree document;
-    document.add_child("startup_sinks", sinks);
+    document.add_child(sinksName, sinks);
     return writePropertyTree(document, JsonForm::Indented);
 }
 
-std::optional<std::uint64_t> recordLinesOf(const PropertyTree& document)
+std::string requiredText(const PropertyTree& element, const char* name)
 {
-    const auto sinks = document.get_child_optional("startup_sinks");
-    if (!sinks)
-        return std::nullopt;
-    for (const auto& sink : *sinks) {
-        if (sink.second.get("type", std::string()) != "record")
-            continue;
-        const auto text = sink.second.get_optional<std::string>("media_size");
-        if (!text)
-            return StartupFile::defaultRecordLines;
-        std::uint64_t lines = 0;
-        const char* end = text->data() + text->size();
-        const auto [stop, failure] = std::from_chars(text->data(), end, lines);
-        if (failure != std::errc() || stop != end)
-            throw LogSvcError("the record sink's media_size is no number of lines");
-        return lines;
+    const auto text = element.get_optional<std::string>(name);
+    if (!text)
+        throw LogSvcError(std::string("it has no \"") + name + '"');
+    return *text;
+}
+
+std::uint64_t numberOr(const PropertyTree& element, const char* name, std::uint64_t otherwise)
+{
+    const auto text = element.get_optional<std::string>(name);
+    if (!text)
+        return otherwise;
+    std::uint64_t number = 0;
+    const char* end = text->data() + text->size();
+    const auto [stop, failure] = std::from_chars(text->data(), end, number);
+    if (failure != std::errc() || stop != end)
+        throw LogSvcError(std::string("its \"") + name + "\" is no whole number from 0 on");
+    return number;
+}
+
+void readSink(const PropertyTree& element, StartupSink& sink)
+{
+    sink.typeName = requiredText(element, typeName);
+    const std::optional<SinkType> type = sinkTypeNamed(sink.typeName);
+    if (!type)
+        throw LogSvcError("there is no sink of this type");
+    sink.type = *type;
+    sink.description.source = SinkSource::StartupFile;
+    switch (sink.type) {
+    case SinkType::Trace:
+    case SinkType::Cout:
+    case SinkType::Cerr:
+        break;
+    case SinkType::File:
+        sink.description.argumentText = requiredText(element, pathName);
+        sink.description.firstNumber = numberOr(element, lineLimitName, 0);
+        break;
+    case SinkType::Forwarder:
+        sink.description.argumentText = requiredText(element, addressName);
+        break;
+    case SinkType::Recorder:
+        sink.description.firstNumber = numberOr(element, sizeName, StartupFile::defaultRecordLines);
+        sink.description.secondNumber = numberOr(element, secondarySizeName, 0);
+        break;
     }
-    return std::nullopt;
+}
+
+StartupSink sinkOf(const PropertyTree& element, std::size_t number)
+{
+    StartupSink sink;
+    sink.number = number;
+    try {
+        readSink(element, sink);
+    } catch (const LogSvcError& error) {
+        sink.error = error.what();
+    }
+    return sink;
 }
 
 void say(const std::string& text)
@@ -52,9 +108,29 @@ void say(const std::string& text)
     platform::trace(text + "\n");
 }
 
+std::vector<StartupSink> sinksOf(const PropertyTree& document)
+{
+    std::vector<StartupSink> sinks;
+    const auto elements = document.get_child_optional(sinksName);
+    if (!elements)
+        return sinks;
+    if (!elements->data().empty())
+        throw LogSvcError(std::string("\"") + sinksName + "\" is no list");
+    for (const auto& element : *elements) {
+        if (sinks.size() == StartupFile::maximumSinks) {
+            say("Failed to make all start-up sinks: there are more than " +
+                std::to_string(StartupFile::maximumSinks));
+            break;
+        }
+        sinks.push_back(sinkOf(element.second, sinks.size() + 1));
+    }
+    return sinks;
+}
+
 } // namespace
 
 StartupFile::StartupFile(const std::string& path)
+    : sinks_{sinkOf(defaultRecorder(), 1)}
 {
     if (path.empty())
         return;
@@ -73,7 +149,7 @@ StartupFile::StartupFile(const std::string& path)
         break;
     }
     try {
-        recordLines_ = recordLinesOf(readPropertyTree(file.bytes));
+        sinks_ = sinksOf(readPropertyTreeObject(file.bytes));
     } catch (const std::exception& error) {
         say("Failed to read the start-up file '" + path + "', using the defaults: " + error.what());
     }

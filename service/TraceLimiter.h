@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -11,7 +12,7 @@ namespace zuLogging {
 
 /// Lets each kind of trace line through at most once a second, with the number of those held back
 /// since. A service says to its standard error what it refuses; whoever sends it rubbish must not
-/// be able to fill a disk with that, nor to stop it by a pipe that nobody empties.
+/// be able to fill a disk with that.
 ///
 /// No lock: calls come one at a time.
 class TraceLimiter
@@ -20,7 +21,7 @@ public:
     using TimePoint = std::chrono::steady_clock::time_point;
     using Output = std::function<void(const std::string& line)>;
 
-    /// Kinds beyond this number count as one.
+    /// So many kinds are told apart in a second; further ones count as one.
     static constexpr std::size_t maximumKinds = 64;
 
     /// `output` gets whole lines, each with its end.
@@ -29,18 +30,25 @@ public:
     /// Takes a piece of trace text; a line may come in several.
     void add(std::string_view text, TimePoint now);
 
+    /// Tells how many lines are held back still, a line for each kind, and shows a line whose end
+    /// has not come.
+    void finish();
+
 private:
     struct Kind
     {
         TimePoint shown;
         std::uint64_t heldBack = 0;
     };
+    using Kinds = std::map<std::string, Kind, std::less<>>;
 
     void addLine(TimePoint now);
+    Kinds::iterator kindOf(const std::string& line, TimePoint now);
+    void tellHeldBack(const Kinds::value_type& kind);
 
     Output output_;
     std::string line_; ///< the beginning of a line whose end has not come yet
-    std::map<std::string, Kind, std::less<>> kinds_;
+    Kinds kinds_;      ///< the empty text stands for all those that have no place of their own
 };
 
 } // namespace zuLogging

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 namespace zuLogging {
 namespace {
@@ -25,9 +26,15 @@ public:
     {
         replacement = std::string(brought.bytes);
     }
+    TransferBuffers::Contents status() override { return contents("the status"); }
+    void counterSetKeysReported(const std::vector<std::uint64_t>& keys) override
+    {
+        reports.push_back(keys);
+    }
 
     bool hasNoModules = false;
     std::string replacement;
+    std::vector<std::vector<std::uint64_t>> reports;
 
 private:
     static TransferBuffers::Contents contents(const std::string& text)
@@ -89,8 +96,8 @@ protected:
 
 TEST_F(ClientCommands, CommandsThatNobodyKnowsAreAnsweredWithStatus1)
 {
-    for (const std::uint16_t command :
-         std::initializer_list<std::uint16_t>{16, 22, 32, 36, 53, 1, 257, 0, 0x7FFF}) {
+    for (const std::uint16_t command : std::initializer_list<std::uint16_t>{
+             16, 22, 32, 36, 52, 54, 1, 257, 0, 0x5A52, 0x5A54, 0x7FFF}) {
         const Packet request = makeRequest(magicLogClient, command, "1234567890", 10);
         const PacketHeader header = answer(request, 22);
         EXPECT_EQ(header.magic, magicLogClient);
@@ -187,6 +194,56 @@ TEST_F(ClientCommands, ConfigurationAndModulesComeInBuffersOfTheirOwn)
     EXPECT_EQ(payload(), std::string("a\0b\0", 4));
     EXPECT_EQ(ask(20, bytesOfNumber(modules, 8)), 0);
     EXPECT_EQ(ask(20, bytesOfNumber(modules, 8)), 3);
+}
+
+TEST_F(ClientCommands, TheStatusComesInABufferOfItsOwn)
+{
+    EXPECT_EQ(ask(0x5A53), 0);
+    EXPECT_EQ(acknowledge_.header().payloadLength, 8);
+    const std::uint64_t handle = loadU64(acknowledge_.payload());
+    EXPECT_EQ(ask(21, bytesOfNumber(handle, 8)), 0);
+    EXPECT_EQ(payload(), bytesOfNumber(10, 4));
+    EXPECT_EQ(ask(17, piece(handle, 0, 10)), 0);
+    EXPECT_EQ(payload(), "the status");
+    EXPECT_EQ(ask(20, bytesOfNumber(handle, 8)), 0);
+}
+
+/// A full packet's payload with that many keys: 1000, 1001, ...
+std::string keyPayload(std::uint32_t count)
+{
+    std::string payload = bytesOfNumber(count, 4);
+    for (std::uint64_t i = 0; i < 173; ++i)
+        payload += bytesOfNumber(1000 + i, 8);
+    return payload;
+}
+
+TEST_F(ClientCommands, CounterSetKeysAreTakenAsManyAsTheirCountSays)
+{
+    const std::vector<std::uint64_t> two = {1000, 1001};
+    ASSERT_EQ(keyPayload(2).size(), 1388U);
+    EXPECT_EQ(ask(53, keyPayload(2)), 0);
+    EXPECT_EQ(acknowledge_.header().payloadLength, 0);
+    EXPECT_EQ(ask(53, keyPayload(0)), 0);
+    EXPECT_EQ(ask(53, keyPayload(173)), 0);
+    ASSERT_EQ(service_.reports.size(), 3U);
+    EXPECT_EQ(service_.reports[0], two);
+    EXPECT_TRUE(service_.reports[1].empty());
+    ASSERT_EQ(service_.reports[2].size(), 173U);
+    EXPECT_EQ(service_.reports[2].back(), 1172U);
+}
+
+TEST_F(ClientCommands, AReportOfKeysThatIsNoFullPacketOrHasTooManyIsAnsweredWithStatus1)
+{
+    for (const std::uint32_t count : {174U, 0x10000U, 0xFFFFFFFFU})
+        EXPECT_EQ(ask(53, keyPayload(count)), 1) << count;
+    for (const std::size_t length : {0U, 3U, 4U, 12U, 1387U})
+        EXPECT_EQ(ask(53, keyPayload(1).substr(0, length)), 1) << length;
+    const std::string payload = keyPayload(1);
+    const Packet flagged = makeRequest(magicLogClient, 53, payload.data(), payload.size(), 2);
+    EXPECT_EQ(answer(flagged, 1400).status, 9);
+    const Packet shorter = makeRequest(magicLogClient, 53, payload.data(), payload.size());
+    EXPECT_EQ(answer(shorter, 1399).status, 1);
+    EXPECT_TRUE(service_.reports.empty());
 }
 
 TEST_F(ClientCommands, WhatTheServiceCannotGiveIsAnsweredWithStatus3)

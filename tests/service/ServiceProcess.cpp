@@ -3,6 +3,7 @@
 #include "logging/ConnectionInfo.h"
 #include "logging/LogSvcError.h"
 #include "logging/SocketAddressText.h"
+#include "platform/Process.h"
 #include "platform/SharedMemory.h"
 #include "tests/support/TestEnvironment.h"
 
@@ -25,6 +26,36 @@ bool ServiceProcess::start(const QStringList& environment)
         variables.insert(entry.section(QLatin1Char('='), 0, 0), entry.section(QLatin1Char('='), 1));
     process_.setProcessEnvironment(variables);
     process_.start(programPath(QStringLiteral("zulogsvc")), QStringList());
+    return isOutputElsewhere_ ? waitForRecord() : waitForReadyLine();
+}
+
+void ServiceProcess::sendOutputTo(const QString& path)
+{
+    process_.setStandardOutputFile(path);
+    isOutputElsewhere_ = true;
+}
+
+void ServiceProcess::sendErrorsTo(const QString& path)
+{
+    process_.setStandardErrorFile(path);
+}
+
+bool ServiceProcess::waitForRecord()
+{
+    // The file with the process number is written behind the record.
+    const std::string pidFile = platform::runtimeDirectory() + "/ZULogSvc.pid";
+    const bool isThere = waitFor([&] {
+        return platform::readPidFile(pidFile) == static_cast<std::uint64_t>(process_.processId()) ||
+               process_.state() == QProcess::NotRunning;
+    });
+    if (!isThere || process_.state() == QProcess::NotRunning)
+        return false;
+    address_ = readConnectionInfo();
+    return true;
+}
+
+bool ServiceProcess::waitForReadyLine()
+{
     const bool spoke = waitFor(
         [this] { return process_.canReadLine() || process_.state() == QProcess::NotRunning; });
     if (!spoke || !process_.canReadLine())
@@ -36,6 +67,11 @@ bool ServiceProcess::start(const QStringList& environment)
         return false;
     }
     return true;
+}
+
+QString ServiceProcess::outputText()
+{
+    return QString::fromUtf8(process_.readAllStandardOutput());
 }
 
 QString ServiceProcess::errorText()

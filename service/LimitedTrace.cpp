@@ -1,0 +1,30 @@
+#include "service/LimitedTrace.h"
+
+#include "service/UnlimitedTrace.h"
+
+#include <chrono>
+#include <utility>
+
+namespace zuLogging {
+
+LimitedTrace::LimitedTrace(std::ostream& err, std::string programName)
+    : err_(err)
+    , prefix_(std::move(programName) + ": ")
+    // In one piece, so that the lines of several programs do not run into one another.
+    , limiter_([this](const std::string& line) { err_ << prefix_ + line << std::flush; })
+    , previous_(platform::setTraceHandler([this](std::string_view text) {
+        if (UnlimitedTrace::isActive())
+            err_ << text << std::flush;
+        else
+            limiter_.add(text, std::chrono::steady_clock::now());
+    }))
+{
+}
+
+LimitedTrace::~LimitedTrace()
+{
+    platform::setTraceHandler(previous_);
+    limiter_.finish();
+}
+
+} // namespace zuLogging

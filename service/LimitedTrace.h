@@ -1,0 +1,31 @@
+#pragma once
+
+#include "platform/Trace.h"
+#include "service/TraceLimiter.h"
+
+#include <ostream>
+#include <string>
+
+namespace zuLogging {
+
+/// While it lives, what the program traces goes to a stream: the messages of trace sinks (see
+/// UnlimitedTrace) as they are, complaints in lines that begin with the program's name, each kind
+/// at most once a second. The destructor tells what was held back.
+///
+/// Any thread may trace; nobody else may write to the stream meanwhile.
+class LimitedTrace
+{
+public:
+    LimitedTrace(std::ostream& err, std::string programName);
+    ~LimitedTrace();
+    LimitedTrace(const LimitedTrace&) = delete;
+    LimitedTrace& operator=(const LimitedTrace&) = delete;
+
+private:
+    std::ostream& err_;
+    std::string prefix_;
+    TraceLimiter limiter_;
+    platform::TraceHandler previous_;
+};
+
+} // namespace zuLogging
