@@ -29,6 +29,12 @@ parseCommandLine(const std::vector<std::string>& words,
 std::uint64_t parseNumber(std::string_view option, std::string_view text, std::uint64_t lowest,
                           std::uint64_t highest);
 
+/// The time stamp (microseconds since 1400) that `text` tells, in UTC: a number of microseconds
+/// since 1970; a time stamp as timestampText writes it; or YYYY-MM-DDTHH:MM:SS, with a blank in the
+/// place of the T, a fraction of one to six digits and a Z behind it if it has them. Throws
+/// UsageError, naming `option`.
+std::uint64_t parseTime(std::string_view option, std::string_view text);
+
 /// The code of the level called `name`. Throws UsageError with the names that there are.
 std::uint64_t parseLogLevel(std::string_view name);
 

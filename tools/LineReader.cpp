@@ -1,41 +1,46 @@
 #include "tools/LineReader.h"
 
-#include <istream>
-#include <streambuf>
+#include "tools/InputBytes.h"
+
+#include <algorithm>
+#include <string_view>
 
 namespace zuLogging {
 
-LineReader::LineReader(std::istream& stream, std::size_t limit)
-    : stream_(stream)
+namespace {
+
+/// Room for most lines, so that few of them move.
+constexpr std::size_t usualLength = 2048;
+
+} // namespace
+
+LineReader::LineReader(InputBytes& bytes, std::size_t limit)
+    : bytes_(bytes)
     , limit_(limit)
 {
-    text_.reserve(limit);
+    text_.reserve(std::min(limit, usualLength));
 }
 
 bool LineReader::next()
 {
-    using Traits = std::istream::traits_type;
-
     text_.clear();
     dropped_ = 0;
-    if (!stream_)
-        return false;
-    std::streambuf& buffer = *stream_.rdbuf();
     bool isEmpty = true;
     for (;;) {
-        const Traits::int_type value = buffer.sbumpc();
-        if (Traits::eq_int_type(value, Traits::eof())) {
-            stream_.setstate(std::ios::eofbit);
+        const std::string_view bytes = bytes_.peek();
+        if (bytes.empty())
             return !isEmpty;
-        }
         isEmpty = false;
-        const char byte = Traits::to_char_type(value);
-        if (byte == '\n')
+        const std::size_t end = bytes.find('\n');
+        const std::string_view piece = bytes.substr(0, end);
+        const std::size_t kept = std::min(piece.size(), limit_ - text_.size());
+        text_.append(piece.data(), kept);
+        dropped_ += piece.size() - kept;
+        if (end != std::string_view::npos) {
+            bytes_.take(end + 1);
             return true;
-        if (text_.size() < limit_)
-            text_.push_back(byte);
-        else
-            ++dropped_;
+        }
+        bytes_.take(piece.size());
     }
 }
 

@@ -4,7 +4,7 @@
 
 namespace zuLogging {
 
-/// `zulog modules`.
+/// `zulog modules`: prints the names of the modules that the service knows, one a line.
 ToolExit runModulesCommand(const std::vector<std::string>& words, Console& console);
 
 } // namespace zuLogging

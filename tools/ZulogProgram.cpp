@@ -1,6 +1,8 @@
 #include "tools/ZulogProgram.h"
 
 #include "platform/Desktop.h"
+#include "platform/Process.h"
+#include "platform/StandardStreams.h"
 #include "tools/CommandOptions.h"
 #include "tools/ConfigCommand.h"
 #include "tools/DemoCommand.h"
@@ -13,7 +15,7 @@
 #include <array>
 #include <exception>
 #include <iomanip>
-#include <ostream>
+#include <iostream>
 
 namespace zuLogging {
 
@@ -47,6 +49,13 @@ void writeHelp(std::ostream& out)
            "Exit status: 0 done, 1 refused or failed, 2 wrong usage.\n";
 }
 
+const Command* commandCalled(std::string_view name)
+{
+    const auto* command = std::find_if(commands.begin(), commands.end(),
+                                       [&](const Command& c) { return c.name == name; });
+    return command == commands.end() ? nullptr : command;
+}
+
 ToolExit dispatch(const std::vector<std::string>& arguments, Console& console)
 {
     if (arguments.size() < 2)
@@ -60,37 +69,51 @@ ToolExit dispatch(const std::vector<std::string>& arguments, Console& console)
         console.out << "zulog " << platform::productVersion() << '\n';
         return ToolExit::Done;
     }
-    const auto* command = std::find_if(commands.begin(), commands.end(),
-                                       [&](const Command& c) { return c.name == name; });
-    if (command == commands.end())
+    const Command* command = commandCalled(name);
+    if (command == nullptr)
         throw UsageError(
             (name.compare(0, 1, "-") == 0 ? "unrecognised option '" : "there is no command '") +
             name + "'");
     return command->run({arguments.begin() + 2, arguments.end()}, console);
 }
 
-/// What the user typed may hold line ends; the message is one line all the same.
+/// What the user typed may hold line ends, or what a terminal obeys; the message is one line all
+/// the same.
 std::string oneLine(std::string text)
 {
     std::replace_if(
-        text.begin(), text.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
+        text.begin(), text.end(), [](char c) { return (c >= 0 && c < 0x20) || c == 0x7F; }, ' ');
     return text;
+}
+
+/// Where a wrong command line is explained.
+std::string helpFor(const std::vector<std::string>& arguments)
+{
+    const bool isKnown = arguments.size() > 1 && commandCalled(arguments[1]) != nullptr;
+    return "zulog " + (isKnown ? arguments[1] + ' ' : std::string()) + "--help";
 }
 
 } // namespace
 
 int runZulogProgram(const std::vector<std::string>& arguments, Console& console)
 {
+    const bool isStandardOutput = &console.out == &std::cout;
+    if (isStandardOutput)
+        platform::ignoreBrokenPipes();
     ToolExit status = ToolExit::Failed;
     try {
         status = dispatch(arguments, console);
         console.out.flush();
-        if (!console.out) {
+        // Whoever reads only the first lines of the output has got what he wanted.
+        const bool isUnread =
+            isStandardOutput && platform::isClosedPipe(platform::StandardStream::Output);
+        if (!console.out && !isUnread) {
             console.err << "zulog: cannot write to standard output\n";
             status = ToolExit::Failed;
         }
     } catch (const UsageError& error) {
-        console.err << "zulog: " << oneLine(error.what()) << "; try 'zulog --help'\n";
+        console.err << "zulog: " << oneLine(error.what()) << "; try '" << helpFor(arguments)
+                    << "'\n";
         status = ToolExit::Usage;
     } catch (const std::exception& error) {
         console.err << "zulog: " << oneLine(error.what()) << '\n';
