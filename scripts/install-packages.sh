@@ -5,7 +5,7 @@ set -euo pipefail
 
 build=(build-essential cmake ninja-build qtbase5-dev libboost-dev libboost-thread-dev
        libboost-date-time-dev libboost-program-options-dev)
-test=(libgtest-dev libbenchmark-dev fonts-dejavu-core xvfb xdotool)
+test=(libgtest-dev libbenchmark-dev fonts-dejavu-core xvfb xdotool systemd groff-base)
 virtual_display=(xvfb xdotool imagemagick x11-utils fonts-dejavu-core)
 
 wanted=()
