@@ -1,19 +1,11 @@
 // From another process, through the real service, into the real window.
 
-#include "app/Application.h"
-#include "app/MainView.h"
-#include "logging/ConnectionInfo.h"
-#include "store/LogContainer.h"
-#include "store/LogTableModel.h"
-#include "store/ViewSettings.h"
 #include "tests/app/MessageBoxWaiter.h"
-#include "tests/service/ProgramRun.h"
+#include "tests/e2e/WindowTest.h"
 #include "tests/service/ServiceProcess.h"
 #include "tests/support/TestEnvironment.h"
-#include "view/LogMessageView.h"
 
 #include <QElapsedTimer>
-#include <QToolButton>
 
 #include <gtest/gtest.h>
 
@@ -26,52 +18,9 @@ using test::runProgram;
 using test::ServiceProcess;
 using test::waitFor;
 
-/// The window, opened as the program opens it, and what a user does with it.
-class LiveMessages : public ::testing::Test
+class LiveMessages : public test::WindowTest
 {
 protected:
-    ~LiveMessages() override
-    {
-        window_.reset();
-        ViewSettings::instance().reset();
-    }
-
-    bool openWindow()
-    {
-        createMainView(window_);
-        return window_ != nullptr;
-    }
-
-    LogMessageView& view() { return *window_->messageView(); }
-    LogTableModel& model() { return *view().fullModel(); }
-
-    QToolButton* button(const char* toolTip)
-    {
-        for (QToolButton* candidate : view().findChildren<QToolButton*>())
-            if (candidate->toolTip() == QLatin1String(toolTip))
-                return candidate;
-        qFatal("no button \"%s\"", toolTip);
-        return nullptr;
-    }
-    QToolButton* startButton() { return button("Start logging"); }
-    QToolButton* stopButton() { return button("Stop logging"); }
-
-    bool isStopped() { return startButton()->isEnabled() && !stopButton()->isEnabled(); }
-    bool isLogging() { return !startButton()->isEnabled() && stopButton()->isEnabled(); }
-    bool isStopping() { return !startButton()->isEnabled() && !stopButton()->isEnabled(); }
-
-    /// `zulog demo` as a process of its own. It waits for the service's acknowledge of each
-    /// message, and the rate leaves the window, which has nobody to wait for it, some 60 ms before
-    /// its socket's buffer is full: then nothing may be lost on the way.
-    static ProgramRun demo(int rate, int count)
-    {
-        return runProgram(QStringLiteral("zulog"),
-                          {QStringLiteral("demo"), QStringLiteral("--reliable"),
-                           QStringLiteral("--rate"), QString::number(rate),
-                           QStringLiteral("--count"), QString::number(count)},
-                          {}, {}, 60000);
-    }
-
     /// How many of the model's rows, from `first` on, are not what comes next in the order in which
     /// they were sent: numbers of source and service both one above those of the row before.
     int rowsOutOfOrder(int first, std::uint64_t firstServiceNumber)
@@ -86,18 +35,6 @@ protected:
         }
         return wrong;
     }
-
-    /// Tells on which side of the service something was lost.
-    std::string lastRow()
-    {
-        const std::shared_ptr<LogMessage> last = model().messageAt(model().rowCount() - 1);
-        return last ? "the last row has number " + std::to_string(last->sourceMsgId()) +
-                          " of its sender and " + std::to_string(last->serviceMsgId()) +
-                          " of the service"
-                    : "no row";
-    }
-
-    MainViewHolder window_;
 };
 
 TEST_F(LiveMessages, TwentyThousandFromAnotherProcessAreAllInTheWindowInOrderNoneTwice)
