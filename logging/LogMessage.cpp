@@ -1,7 +1,6 @@
 #include "logging/LogMessage.h"
 
 #include "logging/LogMessageMatcher.h"
-#include "logging/TimestampText.h"
 #include "platform/CodePage.h"
 
 namespace zuLogging {
@@ -71,9 +70,14 @@ std::u16string_view LogMessage::logMessage() const noexcept
     return {texts_.data() + messageBegin_, texts_.size() - messageBegin_};
 }
 
-void LogMessage::renderTimestamp()
+QString LogMessage::timestampText() const
 {
-    timestampText_ = zuLogging::timestampText(timestamp_);
+    return hasTimestampText_ ? zuLogging::timestampText(timestamp_) : QString();
+}
+
+std::u16string_view LogMessage::timestampText(TimestampBuffer& buffer) const noexcept
+{
+    return hasTimestampText_ ? writeTimestampText(timestamp_, buffer) : std::u16string_view();
 }
 
 bool LogMessage::contains(const QString& text, Qt::CaseSensitivity caseRule) const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "logging/LogLevel.h"
+#include "logging/TimestampText.h"
 
 #include <QString>
 #include <QStringView>
@@ -58,10 +59,13 @@ public:
     QString levelName() const { return logLevelNameText(logLevel_); }
     QString levelCodeText() const { return logLevelCodeText(logLevel_); }
 
-    /// Empty until `renderTimestamp` was called.
-    const QString& timestampText() const noexcept { return timestampText_; }
-    /// Fills the time stamp text. To be called once, before the record is shared.
-    void renderTimestamp();
+    /// Empty until `renderTimestamp` was called. Written at each call: few of the records that
+    /// are held are ever shown, and keeping the text would take a fifth of a record's memory.
+    QString timestampText() const;
+    /// The same text in `buffer`.
+    std::u16string_view timestampText(TimestampBuffer& buffer) const noexcept;
+    /// Lets the record have its time stamp text. To be called once, before the record is shared.
+    void renderTimestamp() noexcept { hasTimestampText_ = true; }
 
     /// True if `text` is contained in one of: the message text, module, group, level name, the
     /// service, source and sender numbers (decimal), the time stamp text, process and thread
@@ -80,7 +84,7 @@ private:
     std::uint32_t moduleBegin_ = 0;
     std::uint32_t groupBegin_ = 0;
     std::uint32_t messageBegin_ = 0;
-    QString timestampText_;
+    bool hasTimestampText_ = false;
 };
 
 /// A copy of `text` as Qt's string, unit for unit: QString::fromUtf16 would take a byte order mark

@@ -60,7 +60,8 @@ bool LogMessageMatcher::foundInTexts(const LogMessage& message) const
 
 bool LogMessageMatcher::foundInTimestampText(const LogMessage& message) const
 {
-    return inTimestamps_ && foundInText(message.timestampText());
+    TimestampBuffer buffer;
+    return inTimestamps_ && foundInText(message.timestampText(buffer));
 }
 
 bool LogMessageMatcher::foundInLevelName(std::uint64_t level) const

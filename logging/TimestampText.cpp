@@ -57,22 +57,83 @@ CivilDate civilDate(std::int64_t julianDay)
 }
 
 /// Writes `value` with `digits` digits and returns the place behind them.
-QChar* writeNumber(QChar* out, std::int64_t value, int digits)
+char16_t* writeNumber(char16_t* out, std::uint32_t value, int digits)
 {
     for (int i = digits - 1; i >= 0; --i) {
-        out[i] = QChar(static_cast<ushort>('0' + value % 10));
+        out[i] = static_cast<char16_t>(u'0' + value % 10);
         value /= 10;
     }
     return out + digits;
 }
 
-QChar* writeSeparator(QChar* out, char separator)
+/// What two digits cost, without a loop.
+char16_t* writeTwo(char16_t* out, std::uint32_t value)
 {
-    *out = QLatin1Char(separator);
-    return out + 1;
+    out[0] = static_cast<char16_t>(u'0' + value / 10);
+    out[1] = static_cast<char16_t>(u'0' + value % 10);
+    return out + 2;
 }
 
-constexpr char monthNames[] = "JanFebMarAprMayJunJulAugSepOctNovDec";
+constexpr char16_t monthNames[] = u"JanFebMarAprMayJunJulAugSepOctNovDec";
+
+std::u16string_view copyText(std::u16string_view text, TimestampBuffer& buffer)
+{
+    text.copy(buffer.data(), text.size());
+    return {buffer.data(), text.size()};
+}
+
+std::u16string_view writeTimePoint(std::int64_t microseconds, TimestampBuffer& buffer)
+{
+    if (microseconds == negativeInfinity)
+        return copyText(u"-infinity", buffer);
+    if (microseconds == positiveInfinity)
+        return copyText(u"+infinity", buffer);
+    if (microseconds == notADateTime)
+        return copyText(u"not-a-date-time", buffer);
+
+    std::int64_t day = microseconds / microsecondsPerDay;
+    std::int64_t timeOfDay = microseconds % microsecondsPerDay;
+    if (timeOfDay < 0) {
+        timeOfDay += microsecondsPerDay;
+        --day;
+    }
+    const CivilDate date = civilDate(day);
+    const auto fraction = static_cast<std::uint32_t>(timeOfDay % microsecondsPerSecond);
+    const auto seconds = static_cast<std::uint32_t>(timeOfDay / microsecondsPerSecond);
+
+    const bool negative = date.year < 0;
+    const auto year = static_cast<std::uint32_t>(negative ? -date.year : date.year);
+    int yearDigits = 4;
+    for (std::uint32_t rest = year / 10'000; rest != 0; rest /= 10)
+        ++yearDigits;
+
+    char16_t* out = buffer.data();
+    if (negative)
+        *out++ = u'-';
+    out = writeNumber(out, year, yearDigits);
+    *out++ = u'-';
+    const char16_t* month = monthNames + 3 * date.month;
+    for (int i = 0; i < 3; ++i)
+        *out++ = month[i];
+    *out++ = u'-';
+    out = writeTwo(out, static_cast<std::uint32_t>(date.day));
+    *out++ = u' ';
+    out = writeTwo(out, seconds / 3600);
+    *out++ = u':';
+    out = writeTwo(out, seconds / 60 % 60);
+    *out++ = u':';
+    out = writeTwo(out, seconds % 60);
+    if (fraction != 0) {
+        *out++ = u'.';
+        out = writeNumber(out, fraction, 6);
+    }
+    return {buffer.data(), static_cast<std::size_t>(out - buffer.data())};
+}
+
+QString toText(std::u16string_view text)
+{
+    return QString(reinterpret_cast<const QChar*>(text.data()), static_cast<int>(text.size()));
+}
 
 } // namespace
 
@@ -83,66 +144,25 @@ std::uint64_t currentTimestamp()
     return unixEpochTimestamp + static_cast<std::uint64_t>(microseconds.count());
 }
 
-QString timestampText(std::uint64_t timestamp)
+std::u16string_view writeTimestampText(std::uint64_t timestamp, TimestampBuffer& buffer) noexcept
 {
     constexpr std::int64_t start = firstDay * microsecondsPerDay;
     constexpr auto room = static_cast<std::uint64_t>(positiveInfinity - start);
-    if (timestamp >= room)
-        return timePointText(positiveInfinity);
-    return timePointText(start + static_cast<std::int64_t>(timestamp));
+    return writeTimePoint(timestamp >= room ? positiveInfinity
+                                            : start + static_cast<std::int64_t>(timestamp),
+                          buffer);
+}
+
+QString timestampText(std::uint64_t timestamp)
+{
+    TimestampBuffer buffer;
+    return toText(writeTimestampText(timestamp, buffer));
 }
 
 QString timePointText(std::int64_t microseconds)
 {
-    if (microseconds == negativeInfinity)
-        return QStringLiteral("-infinity");
-    if (microseconds == positiveInfinity)
-        return QStringLiteral("+infinity");
-    if (microseconds == notADateTime)
-        return QStringLiteral("not-a-date-time");
-
-    std::int64_t day = microseconds / microsecondsPerDay;
-    std::int64_t timeOfDay = microseconds % microsecondsPerDay;
-    if (timeOfDay < 0) {
-        timeOfDay += microsecondsPerDay;
-        --day;
-    }
-    const CivilDate date = civilDate(day);
-    const int fraction = static_cast<int>(timeOfDay % microsecondsPerSecond);
-    const int seconds = static_cast<int>(timeOfDay / microsecondsPerSecond);
-
-    const bool negative = date.year < 0;
-    const std::int64_t year = negative ? -date.year : date.year;
-    int yearDigits = 4;
-    for (std::int64_t rest = year / 10'000; rest != 0; rest /= 10)
-        ++yearDigits;
-
-    constexpr int fixedLength = 16; // -Mon-DD HH:MM:SS
-    constexpr int fractionLength = 7;
-    QString text((negative ? 1 : 0) + yearDigits + fixedLength +
-                     (fraction != 0 ? fractionLength : 0),
-                 Qt::Uninitialized);
-    QChar* out = text.data();
-    if (negative)
-        out = writeSeparator(out, '-');
-    out = writeNumber(out, year, yearDigits);
-    out = writeSeparator(out, '-');
-    const char* month = monthNames + 3 * date.month;
-    for (int i = 0; i < 3; ++i)
-        out = writeSeparator(out, month[i]);
-    out = writeSeparator(out, '-');
-    out = writeNumber(out, date.day, 2);
-    out = writeSeparator(out, ' ');
-    out = writeNumber(out, seconds / 3600, 2);
-    out = writeSeparator(out, ':');
-    out = writeNumber(out, seconds / 60 % 60, 2);
-    out = writeSeparator(out, ':');
-    out = writeNumber(out, seconds % 60, 2);
-    if (fraction != 0) {
-        out = writeSeparator(out, '.');
-        writeNumber(out, fraction, 6);
-    }
-    return text;
+    TimestampBuffer buffer;
+    return toText(writeTimePoint(microseconds, buffer));
 }
 
 } // namespace zuLogging

@@ -60,6 +60,20 @@ QVariant levelColour(std::uint64_t level)
     }
 }
 
+/// Of the levels that there are, and some more, as a text that stays; empty for others.
+std::u16string_view keptLevelCode(std::uint64_t level)
+{
+    constexpr std::size_t count = 64;
+    static const std::vector<std::u16string> codes = [] {
+        std::vector<std::u16string> all;
+        for (std::uint64_t code = 0; code < count; ++code)
+            all.push_back(logLevelCodeText(code).toStdU16String());
+        return all;
+    }();
+    return level < count ? std::u16string_view(codes[static_cast<std::size_t>(level)])
+                         : std::u16string_view();
+}
+
 bool isNumberField(int field)
 {
     return field == FieldServiceMsgID || field == FieldSourceMsgID || field == FieldSenderMsgID ||
@@ -258,26 +272,30 @@ void LogTableModel::insert(int row, std::shared_ptr<LogMessage> message)
     rows_->identifiers.insert(static_cast<std::size_t>(row), message->serviceMsgId());
     if (row < rows_->count())
         rows_->shifts.inserted(row, 1);
-    const LogMessage& inserted =
-        **rows_->messages.insert(rows_->messages.begin() + row, std::move(message));
-    addToSortIndex(inserted, row);
+    const auto inserted = rows_->messages.insert(rows_->messages.begin() + row, std::move(message));
+    addToSortIndex(*inserted, row);
 }
 
-void LogTableModel::addToSortIndex(const LogMessage& message, int storedRow)
+void LogTableModel::addToSortIndex(const std::shared_ptr<LogMessage>& message, int storedRow)
 {
     const SortedList& index = rows_->sortIndex;
     if (!index.isEmpty() && index.size() - rows_->count() < maximumHiddenEntries)
         addKey(message, storedRow);
 }
 
-void LogTableModel::addKey(const LogMessage& message, int storedRow)
+void LogTableModel::addKey(const std::shared_ptr<LogMessage>& shared, int storedRow)
 {
     SortedList& index = rows_->sortIndex;
+    const LogMessage& message = *shared;
     const int field = rows_->indexField;
     if (isNumberField(field)) {
         index.insertNumber(numberOf(message, field), storedRow);
     } else if (isTextField(field)) {
-        index.insertText(toQString(textOf(message, field)), storedRow);
+        index.insertSharedText(textOf(message, field), shared, storedRow);
+    } else if (field == FieldLogLevel) {
+        index.insertSharedText(logLevelName(message.logLevel()), nullptr, storedRow);
+    } else if (field == FieldLogLevelHex && !keptLevelCode(message.logLevel()).empty()) {
+        index.insertSharedText(keptLevelCode(message.logLevel()), nullptr, storedRow);
     } else if (field == FieldTimestamp && rows_->indexInSeconds) {
         // One index holds one kind of key, also when the display has changed since it was built.
         float seconds = 0;
@@ -757,9 +775,13 @@ void LogTableModel::buildSortIndex(int field)
     rows_->indexInSeconds = showsSeconds();
     if (field < FieldServiceMsgID || field > FieldLogMessage)
         return;
+    if (isTextField(field) || field == FieldLogLevel || field == FieldLogLevelHex)
+        rows_->sortIndex.reserveTexts(rows_->count());
+    else
+        rows_->sortIndex.reserveNumbers(rows_->count());
     int row = 0;
     for (const auto& message : rows_->messages)
-        addKey(*message, row++);
+        addKey(message, row++);
 }
 
 int LogTableModel::sortColumn() const

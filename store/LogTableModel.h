@@ -147,8 +147,8 @@ private:
     };
     Reference secondsSinceReference(const LogMessage& message, int storedRow, float& seconds) const;
     bool referenceTime(int referenceRow, std::uint64_t& timestamp) const;
-    void addToSortIndex(const LogMessage& message, int storedRow);
-    void addKey(const LogMessage& message, int storedRow);
+    void addToSortIndex(const std::shared_ptr<LogMessage>& message, int storedRow);
+    void addKey(const std::shared_ptr<LogMessage>& message, int storedRow);
     void buildSortIndex(int field);
     int fieldAt(int column) const;
     QString shownText(int displayedRow, int column) const;

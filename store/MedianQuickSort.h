@@ -8,27 +8,33 @@ namespace zuLogging {
 /// Sorts [first, last) with a median-of-three quicksort that is not stable. `before(a, b)` is the
 /// strict order wanted. Comparisons, pivot and swaps are fixed, because the order in which entries
 /// with equal keys come out is part of what users see; entries are exchanged with `swap`.
-/// The stack is logarithmic on any input; the time is quadratic on inputs made for that.
+///
+/// The stack is logarithmic on any input. The time is quadratic on inputs made for that: `work` is
+/// how many entries may be looked at, all partitions together, and is counted down. False when that
+/// was not enough; the entries are all there then, in no order.
 template <class Item, class Before>
-void medianQuickSort(Item* first, Item* last, Before before)
+bool medianQuickSort(Item* first, Item* last, Before before, std::size_t& work)
 {
     using std::swap;
     for (;;) {
         const std::ptrdiff_t count = last - first;
         if (count < 2)
-            return;
+            return true;
         Item* const pivot = last - 1;
         Item* const middle = first + count / 2;
         if (before(*pivot, *first))
             swap(*pivot, *first);
         if (count == 2)
-            return;
+            return true;
         if (before(*middle, *first))
             swap(*middle, *first);
         if (before(*pivot, *middle))
             swap(*pivot, *middle);
         if (count == 3)
-            return;
+            return true;
+        if (static_cast<std::size_t>(count) > work)
+            return false;
+        work -= static_cast<std::size_t>(count);
         swap(*middle, *pivot);
 
         Item* left = first;
@@ -53,10 +59,12 @@ void medianQuickSort(Item* first, Item* last, Before before)
         // The sides do not influence each other: taking the smaller one first keeps the stack
         // small.
         if (left - first < last - (left + 1)) {
-            medianQuickSort(first, left, before);
+            if (!medianQuickSort(first, left, before, work))
+                return false;
             first = left + 1;
         } else {
-            medianQuickSort(left + 1, last, before);
+            if (!medianQuickSort(left + 1, last, before, work))
+                return false;
             last = left;
         }
     }

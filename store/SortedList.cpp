@@ -1,22 +1,72 @@
 #include "store/SortedList.h"
 
 #include "store/MedianQuickSort.h"
+#include "store/TextOrder.h"
 
 #include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <utility>
 
 namespace zuLogging {
 
 namespace {
+
+/// Entries that the quicksort may look at: random keys take 1.1 times the number of entries for
+/// each level, a sorted million with unsorted rows behind them ten times. Input that needs more than
+/// this is made for it; a look at an entry of such input takes less than a nanosecond.
+std::size_t allowedWork(std::size_t count)
+{
+    std::size_t levels = 1;
+    for (std::size_t rest = count; rest > 1; rest /= 2)
+        ++levels;
+    return 64 * levels * count;
+}
+
+template <class Key>
+bool isBefore(Key a, Key b)
+{
+    return a < b;
+}
+
+/// Where the quicksort cannot be used: what is no number counts as the largest, so that there is an
+/// order at all.
+bool isBeforeInAll(float a, float b)
+{
+    return std::isnan(b) ? !std::isnan(a) : a < b;
+}
+template <class Key>
+bool isBeforeInAll(Key a, Key b)
+{
+    return a < b;
+}
 
 template <class Item>
 void sortItems(std::vector<Item>& items, Qt::SortOrder order)
 {
     Item* const first = items.data();
     Item* const last = first + items.size();
-    if (order == Qt::AscendingOrder)
-        medianQuickSort(first, last, [](const Item& a, const Item& b) { return a < b; });
-    else
-        medianQuickSort(first, last, [](const Item& a, const Item& b) { return b < a; });
+    std::size_t work = allowedWork(items.size());
+    if (order == Qt::AscendingOrder) {
+        if (!medianQuickSort(
+                first, last, [](const Item& a, const Item& b) { return isBefore(a.key, b.key); },
+                work))
+            std::sort(first, last,
+                      [](const Item& a, const Item& b) { return isBeforeInAll(a.key, b.key); });
+    } else {
+        if (!medianQuickSort(
+                first, last, [](const Item& a, const Item& b) { return isBefore(b.key, a.key); },
+                work))
+            std::sort(first, last,
+                      [](const Item& a, const Item& b) { return isBeforeInAll(b.key, a.key); });
+    }
+}
+
+std::u16string_view viewOf(const QString& text)
+{
+    return {reinterpret_cast<const char16_t*>(text.constData()),
+            static_cast<std::size_t>(text.size())};
 }
 
 } // namespace
@@ -42,8 +92,59 @@ void SortedList::insert(const QVariant& key, int row)
 
 void SortedList::insertText(const QString& key, int row)
 {
-    texts_.emplace_back(key, row);
+    const auto copy = std::make_shared<const QString>(key);
+    const std::u16string_view text = viewOf(*copy);
+    addText({text.data(), static_cast<std::uint32_t>(text.size()), true, copy}, row);
+}
+
+void SortedList::insertSharedText(std::u16string_view key, std::shared_ptr<const void> owner,
+                                  int row)
+{
+    copyForgottenTexts();
+    addText(
+        {key.data(), static_cast<std::uint32_t>(key.size()), owner == nullptr, std::move(owner)},
+        row);
+}
+
+void SortedList::addText(TextItem item, int row)
+{
+    TextPosition position{static_cast<std::uint32_t>(texts_.size()), row};
+    if (freeTexts_.empty()) {
+        texts_.push_back(std::move(item));
+    } else {
+        position.item = freeTexts_.back();
+        freeTexts_.pop_back();
+        texts_[position.item] = std::move(item);
+    }
+    textOrder_.push_back(position);
     rowZeroEntries_ += row == 0 ? 1 : 0;
+}
+
+/// Rows leave a table at its limit while their entries stay: each entry that comes looks at two
+/// others, and lets go of a whole message of which only one text is still wanted.
+void SortedList::copyForgottenTexts()
+{
+    constexpr int looks = 2;
+    for (int i = 0; i < looks && !texts_.empty(); ++i) {
+        if (nextForgotten_ >= texts_.size())
+            nextForgotten_ = 0;
+        TextItem& item = texts_[nextForgotten_++];
+        if (item.isCopy || item.owner.use_count() != 1)
+            continue;
+        const auto copy = std::make_shared<const std::u16string>(item.text());
+        item = {copy->data(), item.length, true, copy};
+    }
+}
+
+void SortedList::reserveTexts(int count)
+{
+    texts_.reserve(static_cast<std::size_t>(count));
+    textOrder_.reserve(static_cast<std::size_t>(count));
+}
+
+void SortedList::reserveNumbers(int count)
+{
+    numbers_.reserve(static_cast<std::size_t>(count));
 }
 
 void SortedList::insertNumber(quint64 key, int row)
@@ -58,45 +159,39 @@ void SortedList::insertReal(float key, int row)
     rowZeroEntries_ += row == 0 ? 1 : 0;
 }
 
-namespace {
-
-/// Calls `action` with the first list that is not empty, in the order texts, numbers, reals.
-template <class Texts, class Numbers, class Reals, class Action>
-auto withActive(Texts& texts, Numbers& numbers, Reals& reals, Action action)
+int SortedList::rowAt(std::size_t position) const
 {
-    if (!texts.empty())
-        return action(texts);
-    if (!numbers.empty())
-        return action(numbers);
-    return action(reals);
+    if (!textOrder_.empty())
+        return textOrder_[position].row;
+    return numbers_.empty() ? reals_[position].row : numbers_[position].row;
 }
-
-} // namespace
 
 int SortedList::indexAt(int position) const
 {
     if (position < 0 || position >= size())
         return -1;
-    return withActive(texts_, numbers_, reals_, [position](const auto& items) {
-        return items[static_cast<std::size_t>(position)].row;
-    });
+    return rowAt(static_cast<std::size_t>(position));
 }
 
 bool SortedList::isEmpty() const
 {
-    return texts_.empty() && numbers_.empty() && reals_.empty();
+    return textOrder_.empty() && numbers_.empty() && reals_.empty();
 }
 
 int SortedList::size() const
 {
-    return withActive(texts_, numbers_, reals_,
-                      [](const auto& items) { return static_cast<int>(items.size()); });
+    if (!textOrder_.empty())
+        return static_cast<int>(textOrder_.size());
+    return static_cast<int>(numbers_.empty() ? reals_.size() : numbers_.size());
 }
 
 void SortedList::clear()
 {
     // Gives the memory back: an index over a million texts is not kept for a table that is empty.
     texts_ = {};
+    textOrder_ = {};
+    freeTexts_ = {};
+    nextForgotten_ = 0;
     numbers_ = {};
     reals_ = {};
     rowZeroEntries_ = 0;
@@ -108,24 +203,71 @@ void SortedList::remove(int position)
         return;
     if (indexAt(position) == 0)
         --rowZeroEntries_;
-    withActive(texts_, numbers_, reals_,
-               [position](auto& items) { items.erase(items.begin() + position); });
+    if (!textOrder_.empty()) {
+        const std::uint32_t item = textOrder_[static_cast<std::size_t>(position)].item;
+        texts_[item] = {nullptr, 0, true, nullptr};
+        freeTexts_.push_back(item);
+        textOrder_.erase(textOrder_.begin() + position);
+    } else if (!numbers_.empty()) {
+        numbers_.erase(numbers_.begin() + position);
+    } else {
+        reals_.erase(reals_.begin() + position);
+    }
 }
 
 void SortedList::sort(Qt::SortOrder order)
 {
-    withActive(texts_, numbers_, reals_, [order](auto& items) { sortItems(items, order); });
+    if (!textOrder_.empty())
+        sortTexts(order);
+    else if (!numbers_.empty())
+        sortItems(numbers_, order);
+    else
+        sortItems(reals_, order);
+}
+
+/// Texts are sorted by their ranks: that gives the order that the texts themselves would, with
+/// numbers to be compared and small entries to be swapped.
+void SortedList::sortTexts(Qt::SortOrder order)
+{
+    const std::size_t count = textOrder_.size();
+    TextOrder texts;
+    {
+        std::vector<std::u16string_view> views;
+        views.reserve(count);
+        for (const TextPosition& position : textOrder_)
+            views.push_back(texts_[position.item].text());
+        texts = orderTexts(views);
+    }
+    const bool ascending = order == Qt::AscendingOrder;
+    if (texts.distinct == count) {
+        // All different: there is one order only, and the ranks are it.
+        std::vector<TextPosition> sorted(count);
+        for (std::size_t i = 0; i < count; ++i)
+            sorted[ascending ? texts.ranks[i] : count - 1 - texts.ranks[i]] = textOrder_[i];
+        textOrder_ = std::move(sorted);
+        return;
+    }
+
+    std::vector<ListItem<std::uint32_t>> items(count); // rows are places in textOrder_ here
+    for (std::size_t i = 0; i < count; ++i)
+        items[i] = {texts.ranks[i], static_cast<int>(i)};
+    texts = {};
+    sortItems(items, order);
+    std::vector<TextPosition> sorted(count);
+    for (std::size_t i = 0; i < count; ++i)
+        sorted[i] = textOrder_[static_cast<std::size_t>(items[i].row)];
+    textOrder_ = std::move(sorted);
 }
 
 int SortedList::firstPositionOfRowZero() const
 {
     if (rowZeroEntries_ == 0)
         return -1;
-    return withActive(texts_, numbers_, reals_, [](const auto& items) {
-        const auto found = std::find_if(items.begin(), items.end(),
-                                        [](const auto& item) { return item.row == 0; });
-        return found == items.end() ? -1 : static_cast<int>(found - items.begin());
-    });
+    const int count = size();
+    for (int position = 0; position < count; ++position)
+        if (rowAt(static_cast<std::size_t>(position)) == 0)
+            return position;
+    return -1;
 }
 
 } // namespace zuLogging

@@ -1,5 +1,6 @@
 #include "store/SortedList.h"
 #include "store/MedianQuickSort.h"
+#include "store/TextOrder.h"
 #include "tests/support/TestEnvironment.h"
 
 #include <QVariant>
@@ -8,13 +9,17 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <limits>
+#include <memory>
+#include <numeric>
 #include <random>
 #include <string>
 #include <vector>
 
-using zuLogging::ListItem;
 using zuLogging::medianQuickSort;
+using zuLogging::orderTexts;
 using zuLogging::SortedList;
+using zuLogging::TextOrder;
 
 namespace {
 
@@ -75,10 +80,11 @@ bool isAbove(const TracedItem& a, const TracedItem& b)
 }
 
 /// The sort written out step by step on positions, left side first.
-template <class Before>
-void plainSort(std::vector<TracedItem>& items, int first, int last, Before before)
+template <class Item, class Before>
+void plainSort(std::vector<Item>& items, int first, int last, Before before)
 {
-    const auto at = [&items](int position) -> TracedItem& {
+    using std::swap;
+    const auto at = [&items](int position) -> Item& {
         return items[static_cast<std::size_t>(position)];
     };
     while (last - first >= 2) {
@@ -144,10 +150,13 @@ std::vector<std::vector<int>> inputs()
     return all;
 }
 
+constexpr std::size_t anyWork = std::numeric_limits<std::size_t>::max();
+
 template <class Before>
 void comparePlainWithReal(Before before)
 {
     for (const std::vector<int>& keys : inputs()) {
+        std::size_t work = anyWork;
         Trace plainTrace;
         Trace realTrace;
         std::vector<TracedItem> plain;
@@ -157,7 +166,7 @@ void comparePlainWithReal(Before before)
             real.push_back({keys[i], static_cast<int>(i), &realTrace});
         }
         plainSort(plain, 0, static_cast<int>(plain.size()), before);
-        medianQuickSort(real.data(), real.data() + real.size(), before);
+        EXPECT_TRUE(medianQuickSort(real.data(), real.data() + real.size(), before, work));
         for (std::size_t i = 0; i < keys.size(); ++i) {
             ASSERT_EQ(plain[i].row, real[i].row);
             ASSERT_EQ(plain[i].key, real[i].key);
@@ -210,8 +219,9 @@ TEST(SortedList, SortingTwoEntriesSwapsThemOnlyIfTheyAreOutOfOrder)
     for (const auto& [a, b, swaps] :
          {std::tuple{1, 2, 0}, std::tuple{2, 2, 0}, std::tuple{2, 1, 1}}) {
         Trace trace;
+        std::size_t work = anyWork;
         std::vector<TracedItem> items{{a, 0, &trace}, {b, 1, &trace}};
-        medianQuickSort(items.data(), items.data() + 2, isBelow);
+        EXPECT_TRUE(medianQuickSort(items.data(), items.data() + 2, isBelow, work));
         EXPECT_EQ(trace.swaps.size(), static_cast<std::size_t>(swaps));
         EXPECT_EQ(trace.comparisons.size(), 1U);
         EXPECT_LE(items[0].key, items[1].key);
@@ -226,7 +236,8 @@ TEST(SortedList, SortingThreeEntriesNeedsNoPartitionStep)
         std::vector<TracedItem> items;
         for (int i = 0; i < 3; ++i)
             items.push_back({keys[static_cast<std::size_t>(i)], i, &trace});
-        medianQuickSort(items.data(), items.data() + 3, isBelow);
+        std::size_t work = 0; // none is needed
+        EXPECT_TRUE(medianQuickSort(items.data(), items.data() + 3, isBelow, work));
         EXPECT_EQ(trace.comparisons.size(), 3U); // a partition would compare with the pivot as well
         EXPECT_TRUE(items[0].key == 1 && items[1].key == 2 && items[2].key == 3);
     } while (std::next_permutation(keys.begin(), keys.end()));
@@ -324,21 +335,178 @@ TEST(SortedList, DescendingComparisonsAndSwapsAreThoseOfTheSortWrittenOutStepByS
     comparePlainWithReal(isAbove);
 }
 
-TEST(SortedList, TextItemsOrderExactlyAsTheirTextsDo)
+namespace {
+
+/// Texts in which everything repeats itself, with units at the ends of their range and in the
+/// middle of surrogate pairs.
+std::vector<QString> awkwardTexts(std::mt19937& random, int count, unsigned maximumLength)
 {
-    std::mt19937 random(11);
     const ushort units[] = {0, 1, 'A', 'a', 'b', 0xD83D, 0xDE00, 0xFFFF};
-    std::vector<QString> texts{QString(), QStringLiteral("")};
-    for (int i = 0; i < 400; ++i) {
+    std::vector<QString> texts;
+    for (int i = 0; i < count; ++i) {
         QString text;
-        for (auto n = random() % 7; n > 0; --n)
+        if (random() % 3 == 0)
+            text = QStringLiteral("a common beginning ");
+        for (auto n = random() % maximumLength; n > 0; --n)
             text += QChar(units[random() % 8]);
         texts.push_back(text);
     }
-    for (const QString& a : texts) {
-        for (const QString& b : texts)
-            ASSERT_EQ(ListItem<QString>(a, 0) < ListItem<QString>(b, 0), a < b);
+    return texts;
+}
+
+std::vector<std::u16string_view> viewsOf(const std::vector<QString>& texts)
+{
+    std::vector<std::u16string_view> views;
+    for (const QString& text : texts)
+        views.emplace_back(reinterpret_cast<const char16_t*>(text.constData()),
+                           static_cast<std::size_t>(text.size()));
+    return views;
+}
+
+void expectRanksAreThoseOfTheTexts(const std::vector<QString>& texts)
+{
+    std::vector<QString> sorted = texts;
+    std::sort(sorted.begin(), sorted.end());
+    sorted.erase(std::unique(sorted.begin(), sorted.end()), sorted.end());
+    const TextOrder order = orderTexts(viewsOf(texts));
+    ASSERT_EQ(order.distinct, sorted.size());
+    ASSERT_EQ(order.ranks.size(), texts.size());
+    for (std::size_t i = 0; i < texts.size(); ++i)
+        ASSERT_EQ(sorted[order.ranks[i]], texts[i]);
+}
+
+} // namespace
+
+TEST(TextOrder, RanksAreThoseOfTheTextsWhateverTheyHold)
+{
+    std::mt19937 random(11);
+    for (const int count : {0, 1, 2, 3, 15, 16, 17, 200, 5000})
+        for (const unsigned length : {1U, 2U, 4U, 7U, 9U, 40U})
+            expectRanksAreThoseOfTheTexts(awkwardTexts(random, count, length));
+}
+
+TEST(TextOrder, AFewTextsOverAndOverAreRankedAsManyAre)
+{
+    std::mt19937 random(3);
+    for (const int different : {1, 2, 255, 256, 257, 300}) {
+        std::vector<QString> texts;
+        for (int i = 0; i < 2000; ++i)
+            texts.push_back(QStringLiteral("Module %1").arg(random() % unsigned(different)));
+        expectRanksAreThoseOfTheTexts(texts);
     }
+}
+
+TEST(TextOrder, LongTextsThatDifferAtTheirEndsAreToldApart)
+{
+    std::vector<QString> texts;
+    for (int i = 0; i < 600; ++i)
+        texts.push_back(QString(20000, QLatin1Char('x')) + QString::number(i % 400));
+    texts.push_back(QString(20000, QLatin1Char('x')));
+    texts.push_back(QString(20000, QLatin1Char('x')) + QChar(0));
+    texts.push_back(QString(19999, QLatin1Char('x')));
+    expectRanksAreThoseOfTheTexts(texts);
+}
+
+TEST(SortedList, TextsThatRepeatComeOutAsTheSortWrittenOutStepByStepLeavesThem)
+{
+    std::mt19937 random(5);
+    for (const int count : {2, 3, 4, 7, 50, 1000, 3000}) {
+        for (const bool ascending : {true, false}) {
+            const std::vector<QString> texts = awkwardTexts(random, count, 4);
+            struct Item
+            {
+                QString key;
+                int row;
+            };
+            std::vector<Item> plain;
+            for (int row = 0; row < count; ++row)
+                plain.push_back({texts[static_cast<std::size_t>(row)], row});
+            plainSort(plain, 0, count, [ascending](const Item& a, const Item& b) {
+                return ascending ? a.key < b.key : b.key < a.key;
+            });
+            SortedList list = textList(texts);
+            list.sort(ascending ? Qt::AscendingOrder : Qt::DescendingOrder);
+            for (int i = 0; i < count; ++i)
+                ASSERT_EQ(list.indexAt(i), plain[static_cast<std::size_t>(i)].row);
+        }
+    }
+}
+
+TEST(SortedList, ASecondSortOfTextsGoesOnFromTheOrderOfTheFirst)
+{
+    std::mt19937 random(6);
+    const std::vector<QString> texts = awkwardTexts(random, 700, 3);
+    struct Item
+    {
+        QString key;
+        int row;
+    };
+    std::vector<Item> plain;
+    for (int row = 0; row < 700; ++row)
+        plain.push_back({texts[static_cast<std::size_t>(row)], row});
+    const auto below = [](const Item& a, const Item& b) { return a.key < b.key; };
+    const auto above = [](const Item& a, const Item& b) { return b.key < a.key; };
+    SortedList list = textList(texts);
+    plainSort(plain, 0, 700, below);
+    list.sort(Qt::AscendingOrder);
+    plain.erase(plain.begin() + 3);
+    list.remove(3);
+    plain.push_back({QStringLiteral("b"), 700});
+    list.insertText(QStringLiteral("b"), 700);
+    plainSort(plain, 0, 700, above);
+    list.sort(Qt::DescendingOrder);
+    for (int i = 0; i < 700; ++i)
+        ASSERT_EQ(list.indexAt(i), plain[static_cast<std::size_t>(i)].row);
+}
+
+TEST(SortedList, ATextIsKeptWhenTheMessageThatHeldItIsForgotten)
+{
+    SortedList list;
+    std::vector<std::weak_ptr<const std::u16string>> owners;
+    constexpr int count = 100;
+    for (int row = 0; row < count; ++row) {
+        const auto owner = std::make_shared<const std::u16string>(
+            u"text " + QString::number(row % 10).toStdU16String() + u" of a message long gone");
+        owners.push_back(owner);
+        list.insertSharedText(*owner, owner, row);
+    }
+    // Each that comes looks at two others.
+    static constexpr std::u16string_view forEver = u"text 0";
+    for (int row = count; row < 2 * count; ++row)
+        list.insertSharedText(forEver, nullptr, row);
+    for (const auto& owner : owners)
+        EXPECT_TRUE(owner.expired());
+    list.sort(Qt::AscendingOrder);
+    EXPECT_GE(list.indexAt(0), count); // the shortest
+    for (int i = 0; i < count; ++i)
+        EXPECT_EQ(list.indexAt(count + i) % 10, i / 10);
+}
+
+TEST(SortedList, ATextWhoseMessageIsStillThereIsNotCopied)
+{
+    SortedList list;
+    const auto owner = std::make_shared<const std::u16string>(u"text");
+    for (int row = 0; row < 50; ++row)
+        list.insertSharedText(*owner, owner, row);
+    EXPECT_EQ(owner.use_count(), 51);
+    list.remove(7);
+    EXPECT_EQ(owner.use_count(), 50);
+    list.clear();
+    EXPECT_EQ(owner.use_count(), 1);
+}
+
+TEST(SortedList, PlacesOfRemovedTextsAreUsedAgain)
+{
+    SortedList list;
+    for (int row = 0; row < 1000; ++row) {
+        list.insertText(QString::number(row), row);
+        if (row >= 10)
+            list.remove(0);
+    }
+    EXPECT_EQ(list.size(), 10);
+    list.sort(Qt::AscendingOrder);
+    for (int i = 0; i < 10; ++i)
+        EXPECT_EQ(list.indexAt(i), 990 + i);
 }
 
 TEST(SortedList, SixteenThousandEntriesThatSplitBadlyDoNotFillTheStack)
@@ -401,7 +569,8 @@ TEST(SortedList, TheStackStaysLogarithmicOnTheInputMadeAgainstThisSort)
             lowest = place;
         return adversary.before(a, b);
     };
-    medianQuickSort(items.data(), items.data() + count, before);
+    std::size_t work = anyWork;
+    ASSERT_TRUE(medianQuickSort(items.data(), items.data() + count, before, work));
     // 13 levels at most; one level for each two entries would be hundreds of kilobytes.
     EXPECT_LT(reinterpret_cast<std::uintptr_t>(&here) - reinterpret_cast<std::uintptr_t>(lowest),
               32U * 1024U);
@@ -409,4 +578,111 @@ TEST(SortedList, TheStackStaysLogarithmicOnTheInputMadeAgainstThisSort)
     for (const int item : items)
         sorted.push_back(adversary.values[static_cast<std::size_t>(item)]);
     EXPECT_TRUE(std::is_sorted(sorted.begin(), sorted.end()));
+}
+
+namespace {
+
+/// Keys on which the sort's own choice of pivots is the worst at each step.
+std::vector<int> hostileKeys(int count)
+{
+    Adversary adversary(count);
+    std::vector<int> items(static_cast<std::size_t>(count));
+    std::iota(items.begin(), items.end(), 0);
+    std::size_t work = std::numeric_limits<std::size_t>::max();
+    EXPECT_TRUE(medianQuickSort(
+        items.data(), items.data() + count, [&](int a, int b) { return adversary.before(a, b); },
+        work));
+    return adversary.values;
+}
+
+std::size_t workFor(std::vector<int> keys)
+{
+    const std::size_t allowed = std::numeric_limits<std::size_t>::max();
+    std::size_t work = allowed;
+    EXPECT_TRUE(medianQuickSort(
+        keys.data(), keys.data() + keys.size(), [](int a, int b) { return a < b; }, work));
+    return allowed - work;
+}
+
+} // namespace
+
+TEST(SortedList, TheSortGivesUpWhenItsWorkIsUsedUpAndLosesNothing)
+{
+    constexpr int count = 4000;
+    std::vector<int> keys = hostileKeys(count);
+    std::vector<int> sorted = keys;
+    std::sort(sorted.begin(), sorted.end());
+    std::size_t work = 200U * count;
+    EXPECT_FALSE(medianQuickSort(
+        keys.data(), keys.data() + count, [](int a, int b) { return a < b; }, work));
+    EXPECT_LE(work, 200U * count);
+    std::sort(keys.begin(), keys.end());
+    EXPECT_EQ(keys, sorted);
+}
+
+TEST(SortedList, HostileNumbersRealsAndTextsAreSortedAllTheSame)
+{
+    constexpr int count = 20000; // enough for the sort to give up
+    const std::vector<int> keys = hostileKeys(count);
+    for (const bool ascending : {true, false}) {
+        SortedList numbers;
+        SortedList reals;
+        SortedList texts;
+        for (int row = 0; row < count; ++row) {
+            const int key = keys[static_cast<std::size_t>(row)];
+            numbers.insertNumber(static_cast<quint64>(key), row);
+            reals.insertReal(
+                row == 17 ? std::numeric_limits<float>::quiet_NaN() : static_cast<float>(key), row);
+            // Every text twice, so that the order of equal ones is asked for.
+            texts.insertText(QString(QChar(static_cast<ushort>(key / 2))), row);
+        }
+        const Qt::SortOrder order = ascending ? Qt::AscendingOrder : Qt::DescendingOrder;
+        for (SortedList* list : {&numbers, &reals, &texts}) {
+            list->sort(order);
+            ASSERT_EQ(list->size(), count);
+            std::vector<bool> seen(count, false);
+            int before = -1;
+            for (int i = 0; i < count; ++i) {
+                const int row = list->indexAt(i);
+                ASSERT_FALSE(seen[static_cast<std::size_t>(row)]);
+                seen[static_cast<std::size_t>(row)] = true;
+                if (list == &reals && row == 17)
+                    continue;
+                int key = keys[static_cast<std::size_t>(row)];
+                key = list == &texts ? key / 2 : key;
+                if (before >= 0 && list != &reals) {
+                    ASSERT_TRUE(ascending ? before <= key : before >= key);
+                }
+                before = key;
+            }
+        }
+    }
+}
+
+TEST(SortedList, KeysAsLogsHaveThemNeedAQuarterOfTheAllowedWorkAtMost)
+{
+    std::mt19937 random(9);
+    constexpr int count = 200000;
+    constexpr std::size_t quarter = 16U * 18U * count;
+    std::vector<int> random1;
+    std::vector<int> few;
+    std::vector<int> ascending;
+    std::vector<int> equal(count, 1);
+    std::vector<int> appended;
+    std::vector<int> sawTooth;
+    std::vector<int> organPipe;
+    std::vector<int> shuffledRuns;
+    for (int i = 0; i < count; ++i) {
+        random1.push_back(static_cast<int>(random()));
+        few.push_back(static_cast<int>(random() % 10));
+        ascending.push_back(i);
+        appended.push_back(i < count / 100 * 99 ? i : static_cast<int>(random() % count));
+        sawTooth.push_back(i % 1000);
+        organPipe.push_back(std::min(i, count - i));
+        shuffledRuns.push_back(i / 100 * 7919 % count + i % 100);
+    }
+    std::vector<int> descending(ascending.rbegin(), ascending.rend());
+    for (const auto& keys :
+         {random1, few, ascending, descending, equal, appended, sawTooth, organPipe, shuffledRuns})
+        EXPECT_LT(workFor(keys), quarter);
 }

@@ -1,0 +1,237 @@
+#include "store/TextOrder.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstring>
+#include <numeric>
+
+namespace zuLogging {
+
+namespace {
+
+using Texts = std::vector<std::u16string_view>;
+
+/// Units that are compared as one number.
+constexpr std::size_t unitsInCache = 4;
+
+/// The four units from `depth` on, most significant first; those behind the end count as 0.
+std::uint64_t cacheOf(std::u16string_view text, std::size_t depth)
+{
+    if (depth >= text.size())
+        return 0;
+    const std::size_t count = std::min(text.size() - depth, unitsInCache);
+    std::uint64_t cache = 0;
+    for (std::size_t i = 0; i < count; ++i)
+        cache = cache << 16U | text[depth + i];
+    return cache << 16U * (unitsInCache - count);
+}
+
+std::size_t commonLength(std::u16string_view a, std::u16string_view b, std::size_t from,
+                         std::size_t limit)
+{
+    limit = std::min({limit, a.size(), b.size()});
+    std::size_t i = from;
+    while (i < limit && a[i] == b[i])
+        ++i;
+    return i;
+}
+
+/// Logs repeat themselves: modules, groups and levels are a handful of texts. Finds each in a small
+/// table and orders only those.
+class FewTexts
+{
+public:
+    /// False, early, when there are too many different ones.
+    bool collect(const Texts& texts, std::vector<std::uint32_t>& numbers)
+    {
+        numbers.resize(texts.size());
+        for (std::size_t i = 0; i < texts.size(); ++i) {
+            if (!numberOf(texts[i], numbers[i]))
+                return false;
+        }
+        return true;
+    }
+    const Texts& found() const { return found_; }
+
+private:
+    static constexpr std::size_t slots = 1024;
+    static constexpr std::size_t maximumFound = slots / 4;
+
+    static std::size_t hash(std::u16string_view text)
+    {
+        // Ends differ more often than beginnings; the table is small and checks the rest.
+        const std::uint64_t begin = cacheOf(text, 0);
+        const std::uint64_t end =
+            cacheOf(text, text.size() > unitsInCache ? text.size() - unitsInCache : 0);
+        const std::uint64_t mixed =
+            (begin * 31 + end + text.size()) * std::uint64_t{0x9E3779B97F4A7C15};
+        return static_cast<std::size_t>(mixed >> 54U);
+    }
+
+    bool numberOf(std::u16string_view text, std::uint32_t& number)
+    {
+        for (std::size_t slot = hash(text);; slot = (slot + 1) % slots) {
+            std::uint32_t& taken = table_[slot];
+            if (taken == 0) {
+                if (found_.size() == maximumFound)
+                    return false;
+                found_.push_back(text);
+                taken = static_cast<std::uint32_t>(found_.size());
+            } else if (found_[taken - 1] != text) {
+                continue;
+            }
+            number = taken - 1;
+            return true;
+        }
+    }
+
+    std::array<std::uint32_t, slots> table_{}; ///< number + 1; 0: free
+    Texts found_;
+};
+
+/// Sorts by four units at a time: those that are equal in them are sorted by the next four.
+class Sorter
+{
+public:
+    explicit Sorter(const Texts& texts)
+        : texts_(texts)
+        , items_(texts.size())
+        , startsGroup_(texts.size(), 1)
+    {
+        for (std::size_t i = 0; i < items_.size(); ++i)
+            items_[i].index = static_cast<std::uint32_t>(i);
+    }
+
+    TextOrder run()
+    {
+        if (items_.size() > 1)
+            open(0, items_.size(), 0);
+        while (!ranges_.empty()) {
+            const Range range = ranges_.back();
+            ranges_.pop_back();
+            sortRange(range);
+        }
+        TextOrder order;
+        order.ranks.resize(items_.size());
+        for (std::size_t i = 0; i < items_.size(); ++i) {
+            order.distinct += startsGroup_[i];
+            order.ranks[items_[i].index] = order.distinct - 1;
+        }
+        return order;
+    }
+
+private:
+    struct Item
+    {
+        std::uint64_t cache;
+        std::uint32_t index;
+    };
+    struct Range
+    {
+        std::size_t first;
+        std::size_t last;
+        std::size_t depth; ///< the texts in it are equal up to here, and longer or as long
+    };
+    static constexpr std::size_t fewItems = 16;
+
+    std::u16string_view textOf(const Item& item) const { return texts_[item.index]; }
+
+    /// Takes up a range of texts that are equal up to `depth`.
+    void open(std::size_t first, std::size_t last, std::size_t depth)
+    {
+        if (last - first <= fewItems) {
+            sortFew(first, last, depth);
+            return;
+        }
+        // What all have in common is skipped at once: long equal texts would be gone through again
+        // and again.
+        const std::u16string_view sample = textOf(items_[first]);
+        std::size_t common = sample.size();
+        for (std::size_t i = first + 1; i < last && common > depth; ++i)
+            common = commonLength(sample, textOf(items_[i]), depth, common);
+        for (std::size_t i = first; i < last; ++i)
+            items_[i].cache = cacheOf(textOf(items_[i]), common);
+        ranges_.push_back({first, last, common});
+    }
+
+    void sortRange(const Range& range)
+    {
+        const auto begin = items_.begin() + static_cast<std::ptrdiff_t>(range.first);
+        const auto end = items_.begin() + static_cast<std::ptrdiff_t>(range.last);
+        const auto byCache = [](const Item& a, const Item& b) { return a.cache < b.cache; };
+        if (!std::is_sorted(begin, end, byCache))
+            std::sort(begin, end, byCache);
+
+        std::size_t first = range.first;
+        while (first < range.last) {
+            std::size_t last = first + 1;
+            while (last < range.last && items_[last].cache == items_[first].cache)
+                ++last;
+            if (last - first > 1)
+                sortEqualCaches(first, last, range.depth + unitsInCache);
+            first = last;
+        }
+    }
+
+    /// Texts that are equal up to `depth`, as far as they go: those that end before it come first,
+    /// by their length, for what the others have there are units of value 0.
+    void sortEqualCaches(std::size_t first, std::size_t last, std::size_t depth)
+    {
+        const auto begin = items_.begin() + static_cast<std::ptrdiff_t>(first);
+        const auto end = items_.begin() + static_cast<std::ptrdiff_t>(last);
+        const auto ended = std::partition(
+            begin, end, [&](const Item& item) { return textOf(item).size() <= depth; });
+        std::sort(begin, ended, [this](const Item& a, const Item& b) {
+            return textOf(a).size() < textOf(b).size();
+        });
+        const auto middle = static_cast<std::size_t>(ended - items_.begin());
+        for (std::size_t i = first + 1; i < middle; ++i)
+            startsGroup_[i] = textOf(items_[i]).size() != textOf(items_[i - 1]).size();
+        if (last - middle > 1)
+            open(middle, last, depth);
+    }
+
+    void sortFew(std::size_t first, std::size_t last, std::size_t depth)
+    {
+        const auto begin = items_.begin() + static_cast<std::ptrdiff_t>(first);
+        const auto end = items_.begin() + static_cast<std::ptrdiff_t>(last);
+        const auto rest = [this, depth](const Item& item) { return textOf(item).substr(depth); };
+        std::sort(begin, end, [&rest](const Item& a, const Item& b) { return rest(a) < rest(b); });
+        for (std::size_t i = first + 1; i < last; ++i)
+            startsGroup_[i] = rest(items_[i]) != rest(items_[i - 1]);
+    }
+
+    const Texts& texts_;
+    std::vector<Item> items_;
+    std::vector<std::uint8_t> startsGroup_; ///< in sorted order: differs from the one before
+    std::vector<Range> ranges_;
+};
+
+} // namespace
+
+TextOrder orderTexts(const std::vector<std::u16string_view>& texts)
+{
+    FewTexts few;
+    std::vector<std::uint32_t> numbers;
+    if (!few.collect(texts, numbers))
+        return Sorter(texts).run();
+
+    const Texts& found = few.found();
+    std::vector<std::uint32_t> byText(found.size());
+    std::iota(byText.begin(), byText.end(), 0U);
+    std::sort(byText.begin(), byText.end(),
+              [&found](std::uint32_t a, std::uint32_t b) { return found[a] < found[b]; });
+    std::vector<std::uint32_t> rankOf(found.size());
+    for (std::uint32_t rank = 0; rank < byText.size(); ++rank)
+        rankOf[byText[rank]] = rank;
+
+    TextOrder order;
+    order.distinct = static_cast<std::uint32_t>(found.size());
+    for (std::uint32_t& number : numbers)
+        number = rankOf[number];
+    order.ranks = std::move(numbers);
+    return order;
+}
+
+} // namespace zuLogging
