@@ -120,6 +120,7 @@ void LogProtoServer<Protocol>::run()
             } catch (const std::exception& error) {
                 traceFailure("idle", error.what());
             }
+            sendAnswers();
             break;
         case platform::WaitResult::Woken:
             wake_.lower();
@@ -151,6 +152,7 @@ void LogProtoServer<Protocol>::callWoken()
     } catch (const std::exception& error) {
         traceFailure("woken", error.what());
     }
+    sendAnswers();
 }
 
 /// Handles what the last receive brought; returns how many datagrams that were.
@@ -161,7 +163,15 @@ std::size_t LogProtoServer<Protocol>::handleBatch()
     const std::size_t count = batch.size();
     for (std::size_t i = 0; i < count; ++i)
         handle(batch.data(i), batch.length(i), batch.sender(i));
+    sendAnswers();
     return count;
+}
+
+template <class Protocol>
+void LogProtoServer<Protocol>::sendAnswers()
+{
+    if (buffers_->answers.size() > 0 && socket_.send(buffers_->answers) > 0)
+        traceFailure("send", platform::lastSocketErrorText().c_str());
 }
 
 /// Handles everything that has arrived. False when the socket failed.
@@ -209,8 +219,9 @@ void LogProtoServer<Protocol>::sendAnswer(const Packet& acknowledge, const Socke
 {
     if (acknowledge.size() > maximumPacket)
         throw LogSvcError("The command packet data are out of range");
-    if (!socket_.send(acknowledge.bytes(), acknowledge.size(), to))
-        traceFailure("send", platform::lastSocketErrorText().c_str());
+    if (buffers_->answers.isFull())
+        sendAnswers();
+    buffers_->answers.add(acknowledge.bytes(), acknowledge.size(), to);
 }
 
 template <class Protocol>

@@ -77,7 +77,7 @@ protected:
     /// when they return, because `sendAnswer` will send the acknowledge later.
     const std::optional<SocketAddress>& sender() const { return sender_; }
     void answerLater() { isAnsweredLater_ = true; }
-    /// Receiving thread: sends an acknowledge that was put off.
+    /// Receiving thread: sends an acknowledge that was put off, behind those that wait already.
     void sendAnswer(const Packet& acknowledge, const SocketAddress& to);
 
 private:
@@ -89,6 +89,8 @@ private:
     {
         /// One byte more than a packet may have, so that a longer one is never cut to a valid one.
         platform::DatagramBatch arrived{batchCapacity, maximumPacket + 1};
+        /// The answers to what arrived together leave together.
+        platform::OutgoingBatch answers{batchCapacity, maximumPacket};
         Packet request;
         Packet acknowledge;
     };
@@ -97,6 +99,7 @@ private:
     bool receiveArrived();
     void callWoken();
     std::size_t handleBatch();
+    void sendAnswers();
     void handle(const std::uint8_t* datagram, std::size_t length,
                 const std::optional<SocketAddress>& sender);
     void dispatch(const Packet& request, std::size_t length, Packet& acknowledge);

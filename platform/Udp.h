@@ -94,6 +94,7 @@ struct ReceivedDatagram
 };
 
 class DatagramBatch;
+class OutgoingBatch;
 
 /// Owns one UDP descriptor. Movable, not copyable. Interrupted calls are gone on with.
 /// One thread at a time, except that WakeSignal::raise may come from any.
@@ -134,6 +135,11 @@ public:
     /// True when the system took the whole datagram.
     bool send(const void* data, std::size_t length, const SocketAddress& destination);
 
+    /// Sends every datagram of `batch`, in its order, in one system call where that can be, and
+    /// empties it. Returns how many the system did not take; those behind them are sent all the
+    /// same. The last error is that of the last one not taken.
+    std::size_t send(OutgoingBatch& batch);
+
 private:
     int handle_ = -1;
 };
@@ -154,6 +160,27 @@ public:
     /// Length on the wire; larger than `datagramCapacity` when the datagram was cut to it.
     std::size_t length(std::size_t index) const noexcept;
     std::optional<SocketAddress> sender(std::size_t index) const noexcept;
+
+private:
+    friend class UdpSocket;
+    struct Buffers;
+    std::unique_ptr<Buffers> buffers_;
+};
+
+/// Datagrams that wait to be sent together; its memory is made once.
+class OutgoingBatch
+{
+public:
+    /// `capacity` datagrams of at most `datagramCapacity` bytes each.
+    OutgoingBatch(std::size_t capacity, std::size_t datagramCapacity);
+    ~OutgoingBatch();
+    OutgoingBatch(const OutgoingBatch&) = delete;
+    OutgoingBatch& operator=(const OutgoingBatch&) = delete;
+
+    std::size_t size() const noexcept;
+    bool isFull() const noexcept;
+    /// Copies a datagram behind the others. False when there is no room for it.
+    bool add(const void* data, std::size_t length, const SocketAddress& destination) noexcept;
 
 private:
     friend class UdpSocket;

@@ -14,6 +14,7 @@
 #include <array>
 #include <cerrno>
 #include <climits>
+#include <cstring>
 #include <utility>
 #include <vector>
 
@@ -198,6 +199,63 @@ std::size_t DatagramBatch::length(std::size_t index) const noexcept
 std::optional<SocketAddress> DatagramBatch::sender(std::size_t index) const noexcept
 {
     return fromSystem(buffers_->addresses[index], buffers_->messages[index].msg_hdr.msg_namelen);
+}
+
+struct OutgoingBatch::Buffers
+{
+    Buffers(std::size_t count, std::size_t datagramCapacity)
+        : capacityEach(datagramCapacity)
+        , bytes(count * datagramCapacity)
+        , addresses(count)
+        , vectors(count)
+        , messages(count)
+    {
+        for (std::size_t i = 0; i < count; ++i) {
+            vectors[i].iov_base = bytes.data() + i * datagramCapacity;
+            messages[i].msg_hdr.msg_iov = &vectors[i];
+            messages[i].msg_hdr.msg_iovlen = 1;
+            messages[i].msg_hdr.msg_name = &addresses[i];
+            messages[i].msg_hdr.msg_namelen = sizeof(sockaddr_in);
+        }
+    }
+
+    std::size_t capacityEach;
+    std::size_t waiting = 0;
+    std::vector<std::uint8_t> bytes;
+    std::vector<sockaddr_in> addresses;
+    std::vector<iovec> vectors;
+    std::vector<mmsghdr> messages;
+};
+
+OutgoingBatch::OutgoingBatch(std::size_t capacity, std::size_t datagramCapacity)
+    : buffers_(std::make_unique<Buffers>(std::max<std::size_t>(capacity, 1), datagramCapacity))
+{
+}
+
+OutgoingBatch::~OutgoingBatch() = default;
+
+std::size_t OutgoingBatch::size() const noexcept
+{
+    return buffers_->waiting;
+}
+
+bool OutgoingBatch::isFull() const noexcept
+{
+    return buffers_->waiting == buffers_->messages.size();
+}
+
+bool OutgoingBatch::add(const void* data, std::size_t length,
+                        const SocketAddress& destination) noexcept
+{
+    Buffers& buffers = *buffers_;
+    if (isFull() || length > buffers.capacityEach)
+        return false;
+    iovec& vector = buffers.vectors[buffers.waiting];
+    std::memcpy(vector.iov_base, data, length);
+    vector.iov_len = length;
+    buffers.addresses[buffers.waiting] = toSystem(destination);
+    ++buffers.waiting;
+    return true;
 }
 
 UdpSocket::~UdpSocket()
@@ -386,6 +444,37 @@ bool UdpSocket::send(const void* data, std::size_t length, const SocketAddress& 
             continue;
         return false;
     }
+}
+
+std::size_t UdpSocket::send(OutgoingBatch& batch)
+{
+    OutgoingBatch::Buffers& buffers = *batch.buffers_;
+    const std::size_t count = std::exchange(buffers.waiting, 0);
+    std::size_t failures = 0;
+    std::size_t done = 0;
+    int lastError = 0;
+    int staleErrors = 0;
+    while (done < count) {
+        const int sent = ::sendmmsg(handle_, buffers.messages.data() + done,
+                                    static_cast<unsigned>(count - done), MSG_NOSIGNAL);
+        if (sent > 0) {
+            done += static_cast<std::size_t>(sent);
+            staleErrors = 0;
+            continue;
+        }
+        if (sent < 0 && errno == EINTR)
+            continue;
+        // The first answer may be about an earlier datagram; the second is about this one.
+        if (sent < 0 && isStaleError(errno) && ++staleErrors == 1)
+            continue;
+        lastError = errno;
+        staleErrors = 0;
+        ++failures;
+        ++done;
+    }
+    if (failures > 0)
+        errno = lastError;
+    return failures;
 }
 
 bool isNobodyThere(const SocketAddress& destination, const void* data, std::size_t length)

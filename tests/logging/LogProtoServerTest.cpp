@@ -415,6 +415,42 @@ TEST_F(LogProtoServerTest, ABurstIsHandledWholeAndInOrder)
         ASSERT_EQ(loadU32(requests[i].data() + packetHeaderSize), i);
 }
 
+TEST_F(LogProtoServerTest, EachRequestOfABurstIsAnsweredOnceAndInOrder)
+{
+    std::promise<void> entered;
+    std::promise<void> mayLeave;
+    std::atomic<bool> first{true};
+    set<std::function<void(const Packet&, Packet&)>>(
+        &Server::onProcess, [&](const Packet& packet, Packet&) {
+            if (first.exchange(false)) {
+                entered.set_value();
+                mayLeave.get_future().wait_for(std::chrono::seconds(10));
+            } else if (packet.header().sequence % 10 == 3) {
+                throw LogSvcError("not this one");
+            }
+        });
+    // While the first one is being handled the others gather: more than one batch of them.
+    constexpr std::uint16_t count = 150;
+    for (std::uint16_t i = 0; i < count; ++i) {
+        const std::uint16_t flags = i % 10 == 5 ? flagNoAcknowledge : 0;
+        peer.send(datagram({magicLogMessage, flags, 257, 0, i, 0}, Bytes()), to);
+        if (i == 0) {
+            ASSERT_EQ(entered.get_future().wait_for(std::chrono::seconds(10)),
+                      std::future_status::ready);
+        }
+    }
+    mayLeave.set_value();
+    for (std::uint16_t i = 0; i < count; ++i) {
+        if (i % 10 == 5)
+            continue;
+        const std::optional<Bytes> reply = peer.receive();
+        ASSERT_TRUE(reply && reply->size() == packetHeaderSize);
+        EXPECT_EQ(readPacketHeader(reply->data()).sequence, i);
+        EXPECT_EQ(readPacketHeader(reply->data()).status, i % 10 == 3 ? 3 : 0);
+    }
+    EXPECT_TRUE(peer.nextAnswerIsToPing(to));
+}
+
 TEST_F(LogProtoServerTest, NoTrafficForTwoSecondsCausesExactlyOneIdleCallPerPeriod)
 {
     ASSERT_TRUE(waitFor([&] { return server.idles().size() >= 3; }, 30000));

@@ -142,6 +142,66 @@ TEST_F(Udp, ABatchTakesWhatFitsInTheOrderOfArrivalAndLeavesTheRest)
     EXPECT_EQ(batch.size(), 0U);
 }
 
+TEST_F(Udp, WhatIsSentTogetherArrivesInItsOrder)
+{
+    OutgoingBatch batch(10, 100);
+    EXPECT_EQ(sender_.send(batch), 0U); // nothing to do
+    for (int round = 0; round < 3; ++round) {
+        for (std::uint8_t i = 0; i < 10; ++i) {
+            EXPECT_FALSE(batch.isFull());
+            ASSERT_TRUE(batch.add(Bytes(i, i).data(), i, to_));
+        }
+        EXPECT_TRUE(batch.isFull());
+        EXPECT_FALSE(batch.add("x", 1, to_));
+        EXPECT_EQ(sender_.send(batch), 0U);
+        EXPECT_EQ(batch.size(), 0U);
+        Bytes buffer(100);
+        for (std::uint8_t i = 0; i < 10; ++i) {
+            const ReceivedDatagram received = receiver_.receive(buffer.data(), buffer.size());
+            ASSERT_EQ(received.length, i);
+            EXPECT_EQ(Bytes(buffer.data(), buffer.data() + i), Bytes(i, i));
+            EXPECT_EQ(received.sender, from_);
+        }
+    }
+}
+
+TEST_F(Udp, ADatagramThatCannotBeSentDoesNotKeepThoseBehindIt)
+{
+    const SocketAddress nowhere{loopbackAddress, 0};
+    OutgoingBatch batch(8, 100);
+    for (const char* text : {"a", "b"})
+        ASSERT_TRUE(batch.add(text, 1, to_));
+    ASSERT_TRUE(batch.add("x", 1, nowhere));
+    ASSERT_TRUE(batch.add("y", 1, nowhere));
+    ASSERT_TRUE(batch.add("c", 1, to_));
+    EXPECT_EQ(sender_.send(batch), 2U);
+    EXPECT_EQ(errno, EINVAL);
+    Bytes buffer(100);
+    for (const char expected : {'a', 'b', 'c'}) {
+        ASSERT_EQ(receiver_.receive(buffer.data(), buffer.size()).length, 1U);
+        EXPECT_EQ(buffer[0], expected);
+    }
+}
+
+TEST_F(Udp, ADatagramThatIsTooLongForItsPlaceIsNotTakenIn)
+{
+    OutgoingBatch batch(2, 100);
+    EXPECT_FALSE(batch.add(Bytes(101, 0).data(), 101, to_));
+    EXPECT_EQ(batch.size(), 0U);
+    EXPECT_TRUE(batch.add(Bytes(100, 0).data(), 100, to_));
+}
+
+TEST_F(Udp, WithoutASocketNothingOfABatchIsSent)
+{
+    UdpSocket closed;
+    OutgoingBatch batch(2, 100);
+    ASSERT_TRUE(batch.add("a", 1, to_));
+    ASSERT_TRUE(batch.add("b", 1, to_));
+    EXPECT_EQ(closed.send(batch), 2U);
+    EXPECT_EQ(errno, EBADF);
+    EXPECT_EQ(batch.size(), 0U);
+}
+
 TEST_F(Udp, WhereNothingHasArrivedANonBlockingReceiveSaysSo)
 {
     ASSERT_TRUE(receiver_.setNonBlocking());
