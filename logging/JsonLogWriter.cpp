@@ -1,5 +1,7 @@
 #include "logging/JsonLogWriter.h"
 
+#include "logging/TextOutput.h"
+
 #include <QChar>
 #include <QIODevice>
 
@@ -90,32 +92,6 @@ char* writeEscaped(char* out, char16_t character)
     return out;
 }
 
-char* writeCodePoint(char* out, char32_t point)
-{
-    const auto byte = [&out](char32_t value) { *out++ = static_cast<char>(value); };
-    if (point < 0x800) {
-        byte(0xC0 | point >> 6);
-    } else {
-        if (point < 0x10000) {
-            byte(0xE0 | point >> 12);
-        } else {
-            byte(0xF0 | point >> 18);
-            byte(0x80 | (point >> 12 & 0x3F));
-        }
-        byte(0x80 | (point >> 6 & 0x3F));
-    }
-    byte(0x80 | (point & 0x3F));
-    return out;
-}
-
-/// Control characters of the second set, which a terminal obeys as it does those of the first; the
-/// line ends of Unicode; what turns the direction of writing.
-bool isEscapedInLines(char16_t unit)
-{
-    return (unit >= 0x7F && unit <= 0x9F) || (unit >= 0x2028 && unit <= 0x202E) ||
-           (unit >= 0x2066 && unit <= 0x2069);
-}
-
 bool isPlain(char16_t unit)
 {
     return unit >= 0x20 && unit < 0x80 && unit != u'"' && unit != u'\\';
@@ -197,17 +173,17 @@ void JsonLogWriter::appendText(std::u16string_view text)
         const std::size_t end = i + std::min(text.size() - i, sliceLength);
         while (i < end) {
             const char16_t unit = text[i++];
-            if (isLine && isEscapedInLines(unit)) {
+            if (isLine && isTerminalCommand(unit)) {
                 out = writeUnit(out, unit);
             } else if (isPlain(unit)) {
                 *out++ = static_cast<char>(unit);
             } else if (unit < 0x80) {
                 out = writeEscaped(out, unit);
             } else if (!QChar::isSurrogate(unit)) {
-                out = writeCodePoint(out, unit);
+                out = writeUtf8(out, unit);
             } else if (QChar::isHighSurrogate(unit) && i < text.size() &&
                        QChar::isLowSurrogate(text[i])) {
-                out = writeCodePoint(out, QChar::surrogateToUcs4(unit, text[i++]));
+                out = writeUtf8(out, QChar::surrogateToUcs4(unit, text[i++]));
             } else {
                 out = writeUnit(out, unit); // half a pair has no form in UTF-8
             }

@@ -1,5 +1,7 @@
 #include "tools/TailTextSink.h"
 
+#include "logging/TextOutput.h"
+
 #include <QChar>
 
 namespace zuLogging {
@@ -8,11 +10,9 @@ namespace {
 
 constexpr char32_t replacement = 0xFFFD;
 
-/// Control characters, the line ends of Unicode, and what turns the direction of writing.
 bool isEscaped(char16_t unit)
 {
-    return (unit < 0x20 && unit != u'\t') || (unit >= 0x7F && unit <= 0x9F) ||
-           (unit >= 0x2028 && unit <= 0x202E) || (unit >= 0x2066 && unit <= 0x2069);
+    return (unit < 0x20 && unit != u'\t') || isTerminalCommand(unit);
 }
 
 char* writeEscape(char* out, char16_t unit)
@@ -31,24 +31,6 @@ char* writeEscape(char* out, char16_t unit)
     *out++ = isByte ? 'x' : 'u';
     for (int shift = isByte ? 4 : 12; shift >= 0; shift -= 4)
         *out++ = hexadecimal[unit >> shift & 0xF];
-    return out;
-}
-
-char* writeCodePoint(char* out, char32_t point)
-{
-    const auto byte = [&out](char32_t value) { *out++ = static_cast<char>(value); };
-    if (point < 0x800) {
-        byte(0xC0 | point >> 6);
-    } else {
-        if (point < 0x10000) {
-            byte(0xE0 | point >> 12);
-        } else {
-            byte(0xF0 | point >> 18);
-            byte(0x80 | (point >> 12 & 0x3F));
-        }
-        byte(0x80 | (point >> 6 & 0x3F));
-    }
-    byte(0x80 | (point & 0x3F));
     return out;
 }
 
@@ -71,11 +53,11 @@ void TailTextSink::write(std::u16string_view line)
         else if (unit == u'\t')
             *out++ = '\t';
         else if (!QChar::isSurrogate(unit))
-            out = writeCodePoint(out, unit);
+            out = writeUtf8(out, unit);
         else if (QChar::isHighSurrogate(unit) && i + 1 < end && QChar::isLowSurrogate(line[i + 1]))
-            out = writeCodePoint(out, QChar::surrogateToUcs4(unit, line[++i]));
+            out = writeUtf8(out, QChar::surrogateToUcs4(unit, line[++i]));
         else
-            out = writeCodePoint(out, replacement);
+            out = writeUtf8(out, replacement);
     }
     *out++ = '\n';
     out_.resize(static_cast<std::size_t>(out - out_.data()));
