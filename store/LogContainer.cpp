@@ -6,12 +6,12 @@
 #include "store/LogTableModel.h"
 #include "store/ViewSettings.h"
 
-#include <boost/date_time/posix_time/posix_time_duration.hpp>
 #include <boost/thread/exceptions.hpp>
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/lock_types.hpp>
 
 #include <algorithm>
+#include <chrono>
 #include <iterator>
 #include <utility>
 
@@ -20,9 +20,10 @@ namespace zuLogging {
 namespace {
 
 using Lock = boost::lock_guard<boost::mutex>;
+using QueueLock = boost::lock_guard<platform::PriorityMutex>;
 using FilterGuard = boost::lock_guard<FairMutex>;
 
-constexpr int emptyQueueWaitMs = 100;
+constexpr std::chrono::milliseconds emptyQueueWait(100);
 /// Queued records that wake a waiting worker before its time.
 constexpr std::size_t wakeLevel = 1024;
 /// Records that one step moves at most, below the limit and at it: enough to make the cost of a
@@ -200,8 +201,8 @@ void LogContainer::clearFlags()
 void LogContainer::wakeWorkers()
 {
     // The lock, so that no worker is between its look at the flags and its wait.
-    const Lock lock(queueLock_);
-    queueFilled_.notify_all();
+    const QueueLock lock(queueLock_);
+    queueFilled_.notifyAll();
 }
 
 // --- The queue
@@ -219,7 +220,7 @@ void LogContainer::addMessage(const DecodedMessage& fields)
     std::shared_ptr<LogMessage> dropped; // freed after the lock
     bool wake = false;
     {
-        const Lock lock(queueLock_);
+        const QueueLock lock(queueLock_);
         queue_.push_back(std::move(message));
         if (static_cast<std::int64_t>(queue_.size()) > bound) {
             dropped = std::move(queue_.front());
@@ -232,7 +233,7 @@ void LogContainer::addMessage(const DecodedMessage& fields)
                                     1, wakeLevel);
     }
     if (wake)
-        queueFilled_.notify_one();
+        queueFilled_.notifyOne();
 }
 
 std::shared_ptr<LogMessage> LogContainer::takeMessage()
@@ -246,7 +247,7 @@ LogContainer::Messages LogContainer::takeMessages(int count)
     const auto wanted = static_cast<std::size_t>(std::max(count, 0));
     std::deque<std::shared_ptr<LogMessage>> taken;
     {
-        const Lock lock(queueLock_);
+        const QueueLock lock(queueLock_);
         if (queue_.size() <= wanted) {
             taken.swap(queue_); // the receiving thread never waits for more than this
         } else {
@@ -260,7 +261,7 @@ LogContainer::Messages LogContainer::takeMessages(int count)
 
 std::size_t LogContainer::queueSize() const
 {
-    const Lock lock(queueLock_);
+    const QueueLock lock(queueLock_);
     return queue_.size();
 }
 
@@ -290,12 +291,12 @@ bool LogContainer::isOver() const
 
 void LogContainer::waitForMessages()
 {
-    boost::unique_lock<boost::mutex> lock(queueLock_);
+    const QueueLock lock(queueLock_);
     if (!queue_.empty() || (stopRequested_ && releasing_ == 0) || shuttingDown_ || !active_)
         return;
     ++waitingWorkers_;
     // Woken by many messages, a stop or the end; a wake-up without cause makes an early round.
-    queueFilled_.timed_wait(lock, boost::posix_time::milliseconds(emptyQueueWaitMs));
+    queueFilled_.waitFor(queueLock_, emptyQueueWait);
     --waitingWorkers_;
 }
 

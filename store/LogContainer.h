@@ -3,6 +3,7 @@
 #include "logging/DecodedMessage.h"
 #include "logging/LogMessage.h"
 #include "logging/LogMessageListener.h"
+#include "platform/PriorityMutex.h"
 #include "store/FairMutex.h"
 #include "store/MessageFilter.h"
 #include "store/PreparedFilter.h"
@@ -11,7 +12,6 @@
 #include <QString>
 #include <QStringList>
 
-#include <boost/thread/condition_variable.hpp>
 #include <boost/thread/mutex.hpp>
 #include <boost/thread/thread.hpp>
 
@@ -163,8 +163,9 @@ private:
     /// Fair, so that a worker under load, which lets go of it for an instant only, does not keep
     /// the window waiting.
     mutable FairMutex filterLock_;
-    mutable boost::mutex queueLock_;
-    boost::condition_variable queueFilled_;         ///< with queueLock_
+    /// The receiving thread, of high priority, takes it for each message.
+    mutable platform::PriorityMutex queueLock_;
+    platform::PriorityCondition queueFilled_;       ///< with queueLock_
     int waitingWorkers_ = 0;                        ///< under queueLock_
     std::deque<std::shared_ptr<LogMessage>> queue_; ///< oldest first; under queueLock_
     QString errorText_;
