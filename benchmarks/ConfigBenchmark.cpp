@@ -1,6 +1,8 @@
 // A configuration of 10,000 specializations, about 2 MB: what the window does with it while the
 // person waits. The limit is 2 seconds for each; "of_limit" is the part of it that was taken.
 
+#include "benchmarks/BenchmarkRun.h"
+#include "benchmarks/Scale.h"
 #include "config/LogConfigData.h"
 #include "config/LogConfigView.h"
 #include "config/TableModel.h"
@@ -10,8 +12,6 @@
 #include "logging/PropertyTreeJson.h"
 #include "platform/SharedMemory.h"
 #include "service/LogService.h"
-
-#include <benchmark/benchmark.h>
 
 #include <QApplication>
 #include <QDockWidget>
@@ -23,11 +23,15 @@
 #include <stdexcept>
 #include <string>
 
+#include <unistd.h>
+
 namespace {
 
 using namespace zuLogging;
+using namespace zuLogging::benchmarks;
 
-constexpr int specializations = 10000;
+const int specializations = scaled(10000, 100);
+const int middle = specializations / 2;
 constexpr double limitSeconds = 2.0;
 
 const std::string& document()
@@ -111,7 +115,7 @@ void addModifyAndRemoveOneRow(benchmark::State& state)
     const auto kept = models();
     TableModel& table = kept->table;
     measure(
-        state, [] { return 5000; },
+        state, [] { return middle; },
         [&](int row) {
             table.addModuleRow(row, QStringLiteral("Added"), QStringLiteral("err"));
             table.modifyRow(row, QStringLiteral("Changed"), QStringLiteral("trace"));
@@ -127,9 +131,9 @@ void editTheTree(benchmark::State& state)
     measure(
         state, [&] { return list; },
         [&](TreeNode* parent) {
-            kept->tree.insertNode(5000, QStringLiteral("+"), QString(), parent);
+            kept->tree.insertNode(middle, QStringLiteral("+"), QString(), parent);
             kept->tree.rebuildTable();
-            kept->tree.removeRows(5000, 1, kept->tree.indexOf(parent));
+            kept->tree.removeRows(middle, 1, kept->tree.indexOf(parent));
             kept->tree.rebuildTable();
         });
 }
@@ -161,8 +165,10 @@ class Service
 public:
     Service()
     {
-        qputenv("ZULOG_CONNECTION_INFO", "configBenchmark");
-        if (publisher_.publish("configBenchmark", encodeConnectionInfo(service_.boundAddress())) !=
+        // Its own, so that no other run and no service of the machine is met.
+        const QByteArray name = "zuLogBenchmark-" + QByteArray::number(getpid());
+        qputenv("ZULOG_CONNECTION_INFO", name);
+        if (publisher_.publish(name.toStdString(), encodeConnectionInfo(service_.boundAddress())) !=
             platform::SharedMemoryPublisher::Result::Published)
             throw std::runtime_error(publisher_.error());
     }
@@ -315,7 +321,7 @@ BENCHMARK(resetShown)
     ->ArgName("expert")
     ->Arg(0)
     ->Arg(1)
-    ->Iterations(3)
+    ->Iterations(scaled(3, 1))
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond);
 
@@ -325,7 +331,5 @@ int main(int argc, char** argv)
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication application(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    return 0;
+    return runBenchmarks(argc, argv);
 }

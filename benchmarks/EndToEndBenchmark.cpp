@@ -1,198 +1,321 @@
-// From the datagram to the row of the full model: what a message costs the viewer and whether any
-// is lost, beside a bare loop that waits and receives and does nothing else.
+// From the datagram to the row: what a message costs the viewer and whether any is lost, beside
+// bare loops that wait and receive and do nothing else; with the window open at the row limit, and
+// beside programs that only compute.
 
+#include "benchmarks/BenchmarkRun.h"
+#include "benchmarks/BenchmarkWindow.h"
+#include "benchmarks/BusyPrograms.h"
+#include "benchmarks/Goals.h"
+#include "benchmarks/Scale.h"
+#include "benchmarks/SubscriptionDesk.h"
 #include "benchmarks/TrafficProcess.h"
-#include "logging/ConnectionInfo.h"
-#include "logging/LogMessageListener.h"
 #include "platform/Memory.h"
-#include "platform/SharedMemory.h"
 #include "platform/ThreadPriority.h"
-#include "store/LogContainer.h"
 #include "store/LogTableModel.h"
+#include "store/ViewSettings.h"
 
-#include <QCoreApplication>
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QTimer>
 
-#include <benchmark/benchmark.h>
-
+#include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <cstdlib>
-#include <fstream>
+#include <functional>
 #include <memory>
 #include <string>
-#include <sys/resource.h>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 
 namespace zuLogging::benchmarks {
 
 namespace {
 
 constexpr std::size_t containerSize = 200;
-constexpr std::uint64_t seconds = 10;
+const int limitRows = scaled(100000, 1000);
+const int rounds = scaled(3, 1);
 
-double processorSeconds()
+struct Load
 {
-    rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
-    const auto part = [](const timeval& t) {
-        return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_usec) * 1e-6;
-    };
-    return part(usage.ru_utime) + part(usage.ru_stime);
-}
-
-/// Time that the machine below took from this one's processors: a virtual machine that stands still
-/// for two milliseconds loses datagrams whatever the program does.
-double stolenSeconds()
-{
-    std::ifstream statistics("/proc/stat");
-    std::string word;
-    double ticks = 0;
-    statistics >> word;
-    for (int field = 0; field < 8; ++field)
-        statistics >> ticks;
-    return ticks / static_cast<double>(sysconf(_SC_CLK_TCK));
-}
-
-/// The service that the viewer subscribes at. It only takes note of the viewer's address; the
-/// messages come from the traffic process.
-class SubscriptionDesk final : public LogMessageListener
-{
-public:
-    SubscriptionDesk()
-        : LogMessageListener({})
-    {
-        start();
-        const auto record = encodeConnectionInfo(boundAddress());
-        publisher_.publish(connectionInfoName(), record);
-    }
-    ~SubscriptionDesk() override { stop(); }
-
-    SocketAddress subscriber() const { return {platform::loopbackAddress, subscriberPort_.load()}; }
-
-protected:
-    bool assignsServiceIds() const override { return true; }
-    void process(const Packet& request, std::size_t length, Packet& acknowledge) override
-    {
-        if (request.header().command ==
-            static_cast<std::uint16_t>(LogMessageCommand::StartForwarding)) {
-            const std::string text(reinterpret_cast<const char*>(request.payload()) + 4,
-                                   request.header().payloadLength - 4U);
-            subscriberPort_ = parseSocketAddress(text).port;
-        }
-        acknowledge.setHeader(acknowledgeOf(request.header(), PacketStatus::Success));
-        static_cast<void>(length);
-    }
-
-private:
-    platform::SharedMemoryPublisher publisher_;
-    std::atomic<std::uint16_t> subscriberPort_{0};
+    std::uint64_t rate;
+    std::uint64_t count;
 };
 
-/// The limit: one thread that waits and receives, one datagram a time.
-void bareLoop(benchmark::State& state)
+/// Ten seconds of traffic.
+Load loadOf(std::uint64_t rate)
 {
-    const auto rate = static_cast<std::uint64_t>(state.range(0));
-    for (auto _ : state) {
-        platform::UdpSocket socket;
-        socket.open();
-        socket.setReceiveBufferSize(0x20000);
-        socket.setNonBlocking();
-        socket.bind({platform::loopbackAddress, 0});
-        const SocketAddress address = *socket.boundAddress();
-        std::atomic<std::uint64_t> received{0};
-        std::atomic<bool> running{true};
-        const double before = processorSeconds();
-        const double stolenBefore = stolenSeconds();
-        std::thread receiver([&] {
-            platform::raiseCurrentThreadPriority();
-            char buffer[maximumPacket];
-            while (running) {
-                if (socket.waitReadable(std::chrono::milliseconds(100)) !=
-                    platform::WaitResult::Readable)
-                    continue;
-                if (socket.receive(buffer, sizeof buffer).result ==
-                    platform::ReceiveResult::Datagram)
-                    ++received;
-            }
-        });
-        {
-            TrafficProcess traffic({address, rate, rate * seconds, containerSize});
-            while (!traffic.hasEnded())
-                std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(300));
-        running = false;
-        receiver.join();
-        const double used = processorSeconds() - before;
-        const auto count = static_cast<double>(received.load());
-        state.counters["cpu_us_per_message"] = used * 1e6 / count;
-        state.counters["stolen_s"] = stolenSeconds() - stolenBefore;
-        state.counters["lost"] = static_cast<double>(rate * seconds) - count;
-    }
+    const std::uint64_t used = scaled(rate, std::uint64_t{5000});
+    return {used, scaled(used * 10, std::uint64_t{500})};
 }
 
-/// The program: listener, sink, queue, worker and both models, as the window runs them.
-void datagramToModel(benchmark::State& state)
+struct Result
 {
-    const auto rate = static_cast<std::uint64_t>(state.range(0));
-    const bool atLimit = state.range(1) != 0;
-    for (auto _ : state) {
-        SubscriptionDesk desk;
-        auto store = std::make_shared<LogContainer>();
-        const int limit = atLimit ? 100000 : static_cast<int>(rate * seconds) + 1000000;
-        store->setMaximumMessages(limit);
-        auto full = std::make_unique<LogTableModel>(store);
-        auto filtered = std::make_unique<LogTableModel>(store);
+    double microseconds = 0; ///< of processor time, for a message that came through
+    double lost = 0;
+    double stolen = 0;
+    double perSecond = 0;
+};
+
+/// Lives on, events included, until `condition` holds. False when it took longer than two minutes.
+bool liveUntil(const std::function<bool()>& condition)
+{
+    QElapsedTimer clock;
+    clock.start();
+    QTimer looks; // wakes the loop where nothing else does
+    looks.start(20);
+    while (!condition()) {
+        if (clock.elapsed() > 120000)
+            return false;
+        QApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    }
+    return true;
+}
+
+/// For what is on its way when the sender has ended: until nothing has come for 0.3 seconds.
+void liveUntilQuiet(const std::function<std::uint64_t()>& arrived)
+{
+    QElapsedTimer sinceLast;
+    sinceLast.start();
+    std::uint64_t seen = arrived();
+    liveUntil([&] {
+        if (arrived() != seen) {
+            seen = arrived();
+            sinceLast.restart();
+        }
+        return sinceLast.elapsed() > scaled(300, 120);
+    });
+}
+
+Result measureTraffic(const SocketAddress& destination, const Load& load,
+                      const std::function<std::uint64_t()>& arrived)
+{
+    const std::uint64_t arrivedBefore = arrived();
+    const double before = processorSeconds();
+    const double stolenBefore = stolenSeconds();
+    const double elapsed = secondsOf([&] {
+        TrafficProcess traffic({destination, load.rate, load.count, containerSize});
+        liveUntil([&] { return traffic.hasEnded(); });
+    });
+    liveUntilQuiet(arrived);
+    const auto count = static_cast<double>(arrived() - arrivedBefore);
+    Result result;
+    result.microseconds = (processorSeconds() - before) * 1e6 / std::max(count, 1.0);
+    result.lost = static_cast<double>(load.count) - count;
+    result.stolen = stolenSeconds() - stolenBefore;
+    result.perSecond = count / elapsed;
+    return result;
+}
+
+/// The limit: one thread that waits and receives, `atOnce` datagrams at most in one call.
+Result bareLoop(const Load& load, std::size_t atOnce)
+{
+    platform::UdpSocket socket;
+    socket.open();
+    socket.setReceiveBufferSize(0x20000);
+    socket.setNonBlocking();
+    socket.bind({platform::loopbackAddress, 0});
+    std::atomic<std::uint64_t> received{0};
+    std::atomic<bool> running{true};
+    std::thread receiver([&] {
+        platform::raiseCurrentThreadPriority();
+        platform::DatagramBatch batch(atOnce, maximumPacket + 1);
+        while (running) {
+            if (socket.waitReadable(std::chrono::milliseconds(100)) !=
+                platform::WaitResult::Readable)
+                continue;
+            if (socket.receive(batch) == platform::ReceiveResult::Datagram)
+                received += batch.size();
+        }
+    });
+    const Result result =
+        measureTraffic(*socket.boundAddress(), load, [&] { return received.load(); });
+    running = false;
+    receiver.join();
+    return result;
+}
+
+enum class Rows
+{
+    NoLimit,
+    AtTheLimit
+};
+
+enum class Window
+{
+    No,
+    Open
+};
+
+/// The program: listener, sink, queue, worker and both models; with the window also the live table.
+Result viewer(benchmark::State& state, const Load& load, Rows rows, Window window)
+{
+    SubscriptionDesk desk;
+    auto store = std::make_shared<LogContainer>();
+    store->setMaximumMessages(rows == Rows::AtTheLimit ? limitRows
+                                                       : static_cast<int>(load.count) + 1000000);
+    std::unique_ptr<LogTableModel> full;
+    std::unique_ptr<LogTableModel> filtered;
+    std::unique_ptr<BenchmarkWindow> shown;
+    if (window == Window::Open) {
+        ViewSettings::instance().reset();
+        shown = std::make_unique<BenchmarkWindow>(store);
+        shown->view().setAutoScroll(true);
+        shown->view().startLoggingClicked();
+    } else {
+        full = std::make_unique<LogTableModel>(store);
+        filtered = std::make_unique<LogTableModel>(store);
         store->setModels(full.get(), filtered.get());
-        if (!store->startLogging(false)) {
-            state.SkipWithError(store->takeErrorText().toStdString().c_str());
-            break;
+        store->startLogging(false);
+    }
+    const auto close = [&] {
+        if (shown) {
+            shown->view().stopLoggingClicked();
+            liveUntil([&] { return !store->isActive(); });
+        } else {
+            store->stopLogging();
+            store->setModels(nullptr, nullptr);
         }
-        std::uint64_t sentBefore = 0;
-        const auto settled = [&](std::uint64_t) { return store->queueSize() == 0; };
-        if (atLimit) {
-            sentBefore = 120000; // fills the model up to its limit first
-            TrafficProcess fill({desk.subscriber(), 40000, sentBefore, containerSize});
-            while (!fill.hasEnded())
-                std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        }
-        while (!settled(sentBefore))
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        const std::uint64_t takenBefore = store->movedMessages();
-        const double before = processorSeconds();
-        const double stolenBefore = stolenSeconds();
-        const auto wallBefore = std::chrono::steady_clock::now();
-        {
-            TrafficProcess traffic({desk.subscriber(), rate, rate * seconds, containerSize});
-            while (!traffic.hasEnded())
-                std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        }
-        const double wall =
-            std::chrono::duration<double>(std::chrono::steady_clock::now() - wallBefore).count();
-        std::this_thread::sleep_for(std::chrono::milliseconds(300));
-        while (!settled(rate * seconds))
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        const double used = processorSeconds() - before;
-        const auto count = static_cast<double>(store->movedMessages() - takenBefore);
-        state.counters["cpu_us_per_message"] = used * 1e6 / count;
-        state.counters["stolen_s"] = stolenSeconds() - stolenBefore;
-        state.counters["lost"] = static_cast<double>(rate * seconds) - count;
-        state.counters["rows"] = full->rowCount();
-        state.counters["per_second"] = count / wall;
-        store->stopLogging();
-        store->setModels(nullptr, nullptr);
+    };
+    const auto moved = [&] { return store->movedMessages(); };
+    if (!require(state, store->isActive() && desk.subscriber().port != 0, "logging has started")) {
+        close();
+        return {};
+    }
+    if (rows == Rows::AtTheLimit) {
+        TrafficProcess fill({desk.subscriber(), scaled<std::uint64_t>(40000, 5000),
+                             static_cast<std::uint64_t>(limitRows) * 6 / 5, containerSize});
+        liveUntil([&] { return fill.hasEnded(); });
+        liveUntilQuiet(moved);
+    }
+    const Result result = measureTraffic(desk.subscriber(), load, moved);
+    const int count = store->fullModel()->rowCount();
+    require(state, result.lost >= 0, "no message came twice");
+    require(state, result.lost < static_cast<double>(load.count), "messages came");
+    require(state, store->queueSize() == 0, "the queue is empty at the end");
+    require(state,
+            rows == Rows::AtTheLimit ? count <= limitRows
+                                     : static_cast<std::uint64_t>(count) == store->movedMessages(),
+            "the table holds what came, and no more than its limit");
+    close();
+    return result;
+}
+
+double medianTime(const std::vector<Result>& results)
+{
+    std::vector<double> times;
+    for (const Result& result : results)
+        times.push_back(result.microseconds);
+    return median(times);
+}
+
+double lostOf(const std::vector<Result>& results)
+{
+    double lost = 0;
+    for (const Result& result : results)
+        lost += result.lost;
+    return lost;
+}
+
+void show(benchmark::State& state, const std::vector<Result>& ours, const std::vector<Result>& bare)
+{
+    state.counters["cpu_us"] = medianTime(ours);
+    state.counters["bare_us"] = medianTime(bare);
+    state.counters["lost"] = lostOf(ours);
+    state.counters["bare_lost"] = lostOf(bare);
+    state.counters["per_second"] = ours.back().perSecond;
+    double stolen = 0;
+    for (const std::vector<Result>* results : {&ours, &bare})
+        for (const Result& result : *results)
+            stolen += result.stolen;
+    state.counters["stolen_s"] = stolen;
+}
+
+std::string rateText(const Load& load)
+{
+    return std::to_string(load.rate / 1000) + ",000/s";
+}
+
+/// Without a window, one datagram a call beside it: what listener, store and models cost.
+void listenerToModel(benchmark::State& state)
+{
+    const Load load = loadOf(static_cast<std::uint64_t>(state.range(0)));
+    const Rows rows = state.range(1) != 0 ? Rows::AtTheLimit : Rows::NoLimit;
+    for (auto _ : state) {
+        std::vector<Result> ours;
+        std::vector<Result> bare;
+        bare.push_back(bareLoop(load, 1));
+        ours.push_back(viewer(state, load, rows, Window::No));
+        show(state, ours, bare);
+        const std::string work =
+            "end to end, no window, " + rateText(load) +
+            (rows == Rows::AtTheLimit ? ", at the row limit" : ", below the row limit");
+        report({work, medianTime(ours), "us a message", "bare loop, one a call", medianTime(bare),
+                Goal::Kind::AtMostTimes, 3});
+        report({work + ": lost", lostOf(ours), "of " + std::to_string(load.count), "bare loop",
+                lostOf(bare), Goal::Kind::Shown, 0});
     }
 }
 
-BENCHMARK(bareLoop)->Arg(50000)->Arg(100000)->Iterations(1)->Unit(benchmark::kSecond);
-BENCHMARK(datagramToModel)
+void windowOpenAtTheRowLimit(benchmark::State& state)
+{
+    const Load load = loadOf(static_cast<std::uint64_t>(state.range(0)));
+    for (auto _ : state) {
+        std::vector<Result> ours;
+        std::vector<Result> bare;
+        for (int round = 0; round < rounds; ++round) {
+            bare.push_back(bareLoop(load, 64));
+            ours.push_back(viewer(state, load, Rows::AtTheLimit, Window::Open));
+        }
+        show(state, ours, bare);
+        const std::string work = "end to end, window open, at the row limit, " + rateText(load);
+        report({work, medianTime(ours), "us a message", "receive in batches", medianTime(bare),
+                Goal::Kind::AtMost, 2});
+        report({work + ": lost", lostOf(ours),
+                "of " + std::to_string(load.count * static_cast<std::uint64_t>(rounds)),
+                "receive in batches", lostOf(bare), Goal::Kind::AtMost, 0});
+    }
+}
+
+/// One program that only computes for each processor.
+void busyMachine(benchmark::State& state)
+{
+    const Load load = loadOf(static_cast<std::uint64_t>(state.range(0)));
+    for (auto _ : state) {
+        std::vector<Result> ours;
+        std::vector<Result> bare;
+        {
+            const BusyPrograms busy(static_cast<int>(std::thread::hardware_concurrency()), 300);
+            for (int round = 0; round < rounds; ++round) {
+                bare.push_back(bareLoop(load, 1));
+                ours.push_back(viewer(state, load, Rows::NoLimit, Window::No));
+            }
+        }
+        show(state, ours, bare);
+        report({"busy program on each processor, " + rateText(load) + ": lost", lostOf(ours),
+                "of " + std::to_string(load.count * static_cast<std::uint64_t>(rounds)),
+                "bare loop of the same priority", lostOf(bare), Goal::Kind::AtMostTimes, 1});
+    }
+}
+
+BENCHMARK(listenerToModel)
     ->ArgNames({"rate", "at_limit"})
-    ->Args({50000, 0})
-    ->Args({100000, 0})
-    ->Args({50000, 1})
+    ->Apply([](benchmark::internal::Benchmark* loads) {
+        loads->Args({50000, 1});
+        if (isShortRun())
+            return; // one of them shows that it works
+        loads->Args({50000, 0});
+        loads->Args({100000, 0});
+    })
     ->Iterations(1)
     ->Unit(benchmark::kSecond);
+BENCHMARK(windowOpenAtTheRowLimit)
+    ->ArgName("rate")
+    ->Arg(120000)
+    ->Iterations(1)
+    ->Unit(benchmark::kSecond);
+BENCHMARK(busyMachine)->ArgName("rate")->Arg(50000)->Iterations(1)->Unit(benchmark::kSecond);
 
 } // namespace
 
@@ -202,11 +325,9 @@ int main(int argc, char** argv)
 {
     zuLogging::benchmarks::TrafficProcess::runIfAsked(argc, argv);
     zuLogging::platform::avoidAllocationStalls(); // as the window does
-    const std::string name = "zuLogBenchmark-" + std::to_string(getpid());
-    setenv("ZULOG_CONNECTION_INFO", name.c_str(), 1);
-    unsetenv("ARZDATA");
-    QCoreApplication application(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    return 0;
+    qputenv("ZULOG_CONNECTION_INFO", "zuLogBenchmark-" + QByteArray::number(getpid()));
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    qunsetenv("ARZDATA"); // nothing is read or written
+    QApplication application(argc, argv);
+    return zuLogging::benchmarks::runBenchmarks(argc, argv);
 }

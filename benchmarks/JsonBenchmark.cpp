@@ -2,9 +2,10 @@
 // own document in the same run: time, and memory beyond what the table holds. Memory is measured in
 // processes of their own: the program starts itself.
 
+#include "benchmarks/BenchmarkRun.h"
+#include "benchmarks/Goals.h"
+#include "benchmarks/Scale.h"
 #include "store/LogTableModel.h"
-
-#include <benchmark/benchmark.h>
 
 #include <QCoreApplication>
 #include <QFile>
@@ -15,7 +16,6 @@
 #include <QSaveFile>
 #include <QTemporaryDir>
 
-#include <chrono>
 #include <cstdio>
 #include <functional>
 #include <memory>
@@ -26,11 +26,12 @@ namespace zuLogging {
 
 namespace {
 
-constexpr int million = 1000000;
+using namespace benchmarks;
+
+const int million = scaled(1000000, 3000);
 constexpr int messageLength = 80;
 
 using Messages = std::vector<std::shared_ptr<LogMessage>>;
-using Clock = std::chrono::steady_clock;
 
 std::unique_ptr<LogTableModel> emptyModel()
 {
@@ -40,7 +41,7 @@ std::unique_ptr<LogTableModel> emptyModel()
 std::unique_ptr<LogTableModel> filledModel()
 {
     auto model = emptyModel();
-    for (std::uint64_t id = 1; id <= million; ++id) {
+    for (std::uint64_t id = 1; id <= static_cast<std::uint64_t>(million); ++id) {
         std::u16string text =
             u"Order 4711 was accepted after 12 ms, \"late\"\tand passed on as number ";
         for (const char digit : std::to_string(id))
@@ -122,29 +123,15 @@ const Way document{"document", &saveByDocument, &loadByDocument};
 
 // --- Memory
 
-/// What this process took at most, in bytes; -1 if the system does not tell. The figure of
-/// getrusage will not do: it begins with what the process that started this one took.
-double peak()
-{
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (!status.open(QIODevice::ReadOnly))
-        return -1;
-    const QByteArray name = "VmHWM:";
-    for (const QByteArray& line : status.readAll().split('\n'))
-        if (line.startsWith(name))
-            return line.mid(name.size()).trimmed().split(' ').first().toDouble() * 1024;
-    return -1;
-}
-
 /// In a process of its own: prints what `work` of `way` took. The work "hold" only fills a table.
 int measureMemory(const QString& work, const Way& way, const QString& path)
 {
-    const double before = peak();
+    const double before = peakMemory();
     auto model = work == "load" ? emptyModel() : filledModel();
     if ((work == "load" && !way.load(*model, path)) ||
         (work == "save" && !way.save(*model, path)) || model->rowCount() != million)
         return 1;
-    std::printf("%.0f\n", peak() - before);
+    std::printf("%.0f\n", peakMemory() - before);
     return 0;
 }
 
@@ -159,17 +146,27 @@ double memoryOf(const QString& work, const Way& way, const QString& path)
 
 // --- Time
 
-double secondsOf(const std::function<bool()>& work, benchmark::State& state)
+constexpr double mebibyte = 1024 * 1024;
+
+double secondsOfWork(const std::function<bool()>& work, benchmark::State& state)
 {
-    const auto begin = Clock::now();
-    if (!work())
-        state.SkipWithError("failed");
-    return std::chrono::duration<double>(Clock::now() - begin).count();
+    bool done = false;
+    const double seconds = secondsOf([&] { done = work(); });
+    require(state, done, "the file was written or read");
+    return seconds;
 }
 
+struct Memory
+{
+    double table;
+    double ours;     ///< beyond the table
+    double document; ///< beyond the table
+};
+
 /// Ours is the time of the benchmark; the document's stands in its counters.
-void compare(benchmark::State& state, const QString& work, const QString& path,
-             const std::function<double(const Way&)>& seconds)
+Memory compare(benchmark::State& state, const QString& work, const QString& path,
+               const std::function<double(const Way&)>& seconds, double& ourSeconds,
+               double& documentSeconds)
 {
     double oursTotal = 0;
     double documentTotal = 0;
@@ -180,13 +177,39 @@ void compare(benchmark::State& state, const QString& work, const QString& path,
         documentTotal += seconds(document);
     }
     state.SetItemsProcessed(state.iterations() * million);
-    state.counters["document_s"] = documentTotal / static_cast<double>(state.iterations());
+    ourSeconds = oursTotal / static_cast<double>(state.iterations());
+    documentSeconds = documentTotal / static_cast<double>(state.iterations());
+    state.counters["document_s"] = documentSeconds;
     state.counters["times_faster"] = documentTotal / oursTotal;
-    constexpr double mebibyte = 1024 * 1024;
     const double held = memoryOf("hold", ours, path);
+    const double mine = memoryOf(work, ours, path);
+    const double theirs = memoryOf(work, document, path);
+    require(state, held > 0 && mine > 0 && theirs > 0, "the memory was measured");
     state.counters["table_MiB"] = held / mebibyte;
-    state.counters["beyond_MiB"] = (memoryOf(work, ours, path) - held) / mebibyte;
-    state.counters["document_beyond_MiB"] = (memoryOf(work, document, path) - held) / mebibyte;
+    state.counters["beyond_MiB"] = (mine - held) / mebibyte;
+    state.counters["document_beyond_MiB"] = (theirs - held) / mebibyte;
+    return {held, mine - held, theirs - held};
+}
+
+/// The limit: the file's bytes read into memory, or written from there to another file.
+double secondsToRead(const QString& path, QByteArray& bytes)
+{
+    return secondsOf([&] {
+        QFile file(path);
+        if (file.open(QIODevice::ReadOnly))
+            bytes = file.readAll();
+    });
+}
+
+double secondsToWrite(const QString& path, const QByteArray& bytes)
+{
+    return secondsOf([&] {
+        QSaveFile file(path);
+        if (file.open(QIODevice::WriteOnly)) {
+            file.write(bytes);
+            file.commit();
+        }
+    });
 }
 
 void save(benchmark::State& state)
@@ -194,21 +217,56 @@ void save(benchmark::State& state)
     const QTemporaryDir directory;
     const auto model = filledModel();
     const QString path = directory.filePath("log.json");
-    compare(state, "save", path, [&](const Way& way) {
-        return secondsOf([&] { return way.save(*model, path); }, state);
-    });
+    double mine = 0;
+    double theirs = 0;
+    const Memory memory = compare(
+        state, "save", path,
+        [&](const Way& way) {
+            return secondsOfWork([&] { return way.save(*model, path); }, state);
+        },
+        mine, theirs);
+    require(state, model->saveToJson(path), "the file was written");
+    QByteArray bytes;
+    secondsToRead(path, bytes);
+    const double bare = secondsToWrite(directory.filePath("bytes"), bytes);
+    state.counters["file_MB"] = static_cast<double>(bytes.size()) / 1e6;
+    const auto again = emptyModel();
+    require(state, again->loadFromJson(path) && again->rowCount() == million,
+            "the file holds every message");
+    report({"JSON export of 1,000,000 messages", mine, "s", "QJsonDocument", theirs,
+            Goal::Kind::AtMost, 1.2});
+    report({"JSON export, beside its bytes alone", mine, "s", "the same bytes written", bare,
+            Goal::Kind::Shown, 0});
+    report({"JSON export, memory beyond the table", memory.ours / mebibyte, "MiB", "QJsonDocument",
+            memory.document / mebibyte, Goal::Kind::AtMost, 16});
 }
 
 void load(benchmark::State& state)
 {
     const QTemporaryDir directory;
     const QString path = directory.filePath("log.json");
-    if (!filledModel()->saveToJson(path))
-        state.SkipWithError("no file");
-    compare(state, "load", path, [&](const Way& way) {
-        const auto model = emptyModel(); // its end is not timed
-        return secondsOf([&] { return way.load(*model, path); }, state);
-    });
+    require(state, filledModel()->saveToJson(path), "the file was written");
+    double mine = 0;
+    double theirs = 0;
+    const Memory memory = compare(
+        state, "load", path,
+        [&](const Way& way) {
+            const auto model = emptyModel(); // its end is not timed
+            const double seconds = secondsOfWork([&] { return way.load(*model, path); }, state);
+            require(state, model->rowCount() == million, "every message was read");
+            return seconds;
+        },
+        mine, theirs);
+    QByteArray bytes;
+    const double bare = secondsToRead(path, bytes);
+    report({"JSON import of 1,000,000 messages", mine, "s", "QJsonDocument", theirs,
+            Goal::Kind::AtMost, 1.3});
+    report({"JSON import, beside its bytes alone", mine, "s", "the same bytes read", bare,
+            Goal::Kind::Shown, 0});
+    report({"JSON import, all memory", (memory.table + memory.ours) / mebibyte, "MiB",
+            "the table alone", memory.table / mebibyte, Goal::Kind::AtMostTimes, 1.2});
+    report({"JSON import, all memory of QJsonDocument", (memory.table + memory.document) / mebibyte,
+            "MiB", "the table alone", memory.table / mebibyte, Goal::Kind::Shown, 0});
 }
 
 BENCHMARK(save)->Iterations(1)->UseManualTime()->Unit(benchmark::kMillisecond);
@@ -225,10 +283,5 @@ int main(int argc, char** argv)
     if (arguments.value(1) == "--memory" && arguments.size() == 5)
         return measureMemory(arguments.at(2), arguments.at(3) == ours.name ? ours : document,
                              arguments.at(4));
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 1;
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return zuLogging::benchmarks::runBenchmarks(argc, argv);
 }

@@ -1,40 +1,39 @@
 // What a message takes in memory once it is in the table, and what a sort index adds to that,
 // beside the bytes that the message itself has: its numbers and its texts as UTF-16.
 
+#include "benchmarks/BenchmarkRun.h"
+#include "benchmarks/Goals.h"
+#include "benchmarks/Scale.h"
+#include "benchmarks/StoreAccess.h"
 #include "logging/DecodedMessage.h"
-#include "store/LogContainer.h"
 #include "store/LogTableModel.h"
 #include "tools/DemoTraffic.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
 #include <vector>
 
-#include <malloc.h>
-
 namespace zuLogging {
-
-/// Runs the worker's steps on the benchmark's thread.
-struct LogContainerAccess
-{
-    static void setActive(LogContainer& store) { store.active_ = true; }
-    static void drain(LogContainer& store)
-    {
-        while (store.queueSize() > 0)
-            store.moveMessages();
-    }
-};
-
 namespace {
 
-constexpr int rows = 1000000;
+using namespace benchmarks;
 
-/// Bytes that the program has asked for, with what the memory manager keeps for each piece.
-double usedBytes()
+const int rows = scaled(1000000, 5000);
+
+/// The limit: numbers and texts of a record in one allocation, and the pointer to it.
+double bytesInOneBlock(const LogTableModel& model)
 {
-    const struct mallinfo2 info = mallinfo2();
-    return static_cast<double>(info.uordblks + info.hblkhd);
+    std::vector<std::unique_ptr<char[]>> blocks;
+    blocks.reserve(static_cast<std::size_t>(rows));
+    const double before = allocatedBytes() - static_cast<double>(rows) * sizeof(void*);
+    for (int row = 0; row < rows; ++row) {
+        const std::size_t size =
+            8 * sizeof(std::uint64_t) + sizeof(char16_t) * model.messageAt(row)->texts().size();
+        blocks.push_back(std::make_unique<char[]>(size));
+    }
+    return (allocatedBytes() - before) / rows;
 }
 
 int run()
@@ -50,7 +49,7 @@ int run()
     DecodedMessage fields;
     double payload = 0;
     double content = 0;
-    const double before = usedBytes();
+    const double before = allocatedBytes();
     for (int i = 0; i < rows; ++i) {
         const std::vector<std::uint8_t> bytes = traffic.next().build();
         LogMessageContainerView container;
@@ -67,7 +66,11 @@ int run()
             LogContainerAccess::drain(*store);
     }
     LogContainerAccess::drain(*store);
-    const double loaded = usedBytes();
+    const double loaded = allocatedBytes();
+    if (full.rowCount() != rows) {
+        std::fprintf(stderr, "FAILED: %d rows of %d\n", full.rowCount(), rows);
+        return 1;
+    }
     std::printf("a message of %.0f bytes on the wire: %.0f bytes in the table; its content: %.0f\n",
                 payload / rows, (loaded - before) / rows, content / rows);
 
@@ -76,12 +79,18 @@ int run()
         const char* name;
         int column;
     };
+    double largestIndex = 0;
     for (const Column& column : {Column{"LogMessage", 11}, Column{"Module", 7},
                                  Column{"LogLevel [Hex]", 4}, Column{"Timestamp", 3}}) {
         full.sort(column.column, Qt::AscendingOrder);
-        std::printf("sorted by %s: %.0f bytes more for a message\n", column.name,
-                    (usedBytes() - loaded) / rows);
+        const double index = (allocatedBytes() - loaded) / rows;
+        std::printf("sorted by %s: %.0f bytes more for a message\n", column.name, index);
+        largestIndex = std::max(largestIndex, index);
     }
+    const double block = bytesInOneBlock(full);
+    report({"memory a record, typical texts", (loaded - before) / rows, "B", "in one block", block,
+            Goal::Kind::AtMost, 470});
+    report({"memory of the sort index, a row", largestIndex, "B", "", 0, Goal::Kind::AtMost, 100});
     store->setModels(nullptr, nullptr);
     return 0;
 }

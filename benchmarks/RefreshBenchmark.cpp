@@ -1,47 +1,24 @@
 // What one refresh of the live table costs the window's thread: 800 new rows a tick (10,000 a
 // second), auto scroll on, beside the same tick with few rows in the table.
 
-#include "store/LogContainer.h"
+#include "benchmarks/BenchmarkRun.h"
+#include "benchmarks/BenchmarkWindow.h"
+#include "benchmarks/Goals.h"
+#include "benchmarks/Scale.h"
 #include "store/LogTableModel.h"
 #include "store/ViewSettings.h"
-#include "view/LogMessageView.h"
-#include "view/LogTableView.h"
-#include "view/LogViewHost.h"
 
 #include <QApplication>
-#include <QMainWindow>
-#include <QStatusBar>
-
-#include <benchmark/benchmark.h>
+#include <QHeaderView>
+#include <QLabel>
 
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace zuLogging::benchmarks {
 
 namespace {
-
-class Window : public QMainWindow, public LogViewHost
-{
-public:
-    explicit Window(std::shared_ptr<LogContainer> store)
-        : store_(std::move(store))
-    {
-    }
-
-    std::shared_ptr<LogContainer> messageStore() const override { return store_; }
-    bool isConfigurationModified() const override { return false; }
-    QAction* filterAction() const override { return nullptr; }
-    QAction* resizeRowsAction() const override { return nullptr; }
-    QAction* replayAction() const override { return nullptr; }
-    QAction* startAction() const override { return nullptr; }
-    QAction* stopAction() const override { return nullptr; }
-    QAction* dateAndTimeAction() const override { return nullptr; }
-    QAction* secondsAction() const override { return nullptr; }
-
-private:
-    std::shared_ptr<LogContainer> store_;
-};
 
 std::vector<std::shared_ptr<LogMessage>> someMessages(std::uint64_t first, int count)
 {
@@ -66,12 +43,9 @@ void refreshTick(benchmark::State& state)
     const bool atLimit = state.range(1) != 0;
     ViewSettings::instance().reset();
     auto store = std::make_shared<LogContainer>();
-    Window window(store);
-    auto* view = new LogMessageView(window.statusBar(), &window);
-    window.setCentralWidget(view);
+    BenchmarkWindow window(store);
+    LogMessageView* view = &window.view();
     view->setAutoScroll(true);
-    window.resize(1536, 864);
-    window.show();
     view->fullModel()->addMessages(someMessages(1, rows));
     view->updateView();
     QApplication::processEvents();
@@ -88,13 +62,66 @@ void refreshTick(benchmark::State& state)
         QApplication::processEvents(); // paints what the refresh made dirty
     }
     state.counters["rows"] = view->fullModel()->rowCount();
+    require(state,
+            view->fullModel()->rowCount() ==
+                rows + (atLimit ? 0 : newRows * static_cast<int>(state.iterations())),
+            "every row is in the table");
+}
+
+/// Time of the window's thread for a tick, and for painting what it painted once more:
+/// the cells, the row numbers and the counters.
+void tickBesideRepaint(benchmark::State& state)
+{
+    constexpr int newRows = 800;
+    const int rows = static_cast<int>(state.range(0));
+    ViewSettings::instance().reset();
+    auto store = std::make_shared<LogContainer>();
+    BenchmarkWindow window(store);
+    LogMessageView& view = window.view();
+    view.setAutoScroll(true);
+    view.fullModel()->addMessages(someMessages(1, rows));
+    view.updateView();
+    QApplication::processEvents();
+    auto next = static_cast<std::uint64_t>(rows) + 1;
+    for (auto _ : state) {
+        std::vector<double> ticks;
+        std::vector<double> repaints;
+        for (int round = 0; round < scaled(200, 5); ++round) {
+            view.fullModel()->addMessages(someMessages(next, newRows));
+            next += newRows;
+            ticks.push_back(1000 * secondsOf([&] {
+                                view.updateView();
+                                QApplication::processEvents();
+                            }));
+            repaints.push_back(1000 * secondsOf([&] {
+                                   view.table()->viewport()->update();
+                                   view.table()->verticalHeader()->viewport()->update();
+                                   for (const char* label : {"countLabel", "queuedLabel"})
+                                       view.findChild<QLabel*>(QLatin1String(label))->update();
+                                   QApplication::processEvents();
+                               }));
+        }
+        require(state,
+                view.table()->rowAt(view.table()->viewport()->height() - 2) ==
+                    view.fullModel()->rowCount() - 1,
+                "the newest row is in view");
+        state.counters["tick_ms"] = median(ticks);
+        state.counters["repaint_ms"] = median(repaints);
+        report({"refresh tick, " + std::to_string(rows) + " rows, 800 new", median(ticks), "ms",
+                "repaint alone", median(repaints), Goal::Kind::AtMostTimes, 1.5});
+    }
 }
 
 BENCHMARK(refreshTick)
     ->ArgNames({"rows", "at_limit"})
-    ->ArgsProduct({{1000, 1000000}, {0, 1}})
-    ->Iterations(100)
+    ->ArgsProduct({{1000, scaled(1000000, 5000)}, {0, 1}})
+    ->Iterations(scaled(100, 3))
     ->Unit(benchmark::kMillisecond);
+BENCHMARK(tickBesideRepaint)
+    ->ArgName("rows")
+    ->Arg(scaled(1000000, 5000))
+    ->Iterations(1)
+    ->Unit(benchmark::kSecond);
 
 } // namespace
 
@@ -105,7 +132,5 @@ int main(int argc, char** argv)
     qputenv("QT_QPA_PLATFORM", "offscreen");
     qunsetenv("ARZDATA"); // nothing is read or written
     QApplication application(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    return 0;
+    return zuLogging::benchmarks::runBenchmarks(argc, argv);
 }

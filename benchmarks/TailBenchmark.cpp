@@ -1,6 +1,9 @@
 // What `zulog tail` does with a message once it is there: out of the queue, to a line, to a file.
 // Each figure of ours stands beside what the obvious way costs: streams, a line a message.
 
+#include "benchmarks/BenchmarkRun.h"
+#include "benchmarks/Goals.h"
+#include "benchmarks/Scale.h"
 #include "logging/DecodedMessage.h"
 #include "logging/LogMessage.h"
 #include "logging/LogMessageSinkFormatter.h"
@@ -28,7 +31,9 @@
 namespace zuLogging {
 namespace {
 
-constexpr std::size_t messageCount = 100000;
+using benchmarks::scaled;
+
+const std::size_t messageCount = scaled<std::size_t>(100000, 2000);
 constexpr std::size_t writeSize = 64 * 1024;
 
 using Containers = std::vector<std::vector<std::uint8_t>>;
@@ -137,7 +142,7 @@ double jsonByStream(const Containers& containers, std::ostream& stream)
     return processorTime() - begin;
 }
 
-void compare(benchmark::State& state, bool json, const char* path)
+void compare(benchmark::State& state, bool json, const char* path, const char* work)
 {
     const Containers containers = traffic();
     double oursTotal = 0;
@@ -158,27 +163,37 @@ void compare(benchmark::State& state, bool json, const char* path)
         if (path == nullptr)
             std::remove(name);
     }
-    const auto total = static_cast<double>(state.iterations()) * messageCount;
+    const auto total = static_cast<double>(state.iterations()) * static_cast<double>(messageCount);
     state.SetItemsProcessed(static_cast<std::int64_t>(total));
     state.counters["us_a_message"] = oursTotal / total * 1e6;
     state.counters["stream_us"] = streamTotal / total * 1e6;
     state.counters["times_faster"] = streamTotal / oursTotal;
+    benchmarks::report({work, oursTotal / total * 1e6, "us", "by streams",
+                        streamTotal / total * 1e6, benchmarks::Goal::Kind::Shown, 0});
 }
 
-BENCHMARK_CAPTURE(compare, text_to_null, false, "/dev/null")
+BENCHMARK_CAPTURE(compare, text_to_null, false, "/dev/null",
+                  "tail: a message to a line, to nowhere")
     ->UseManualTime()
+    ->Iterations(scaled(10, 1))
     ->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(compare, text_to_file, false, nullptr)
+BENCHMARK_CAPTURE(compare, text_to_file, false, nullptr, "tail: a message to a line, to a file")
     ->UseManualTime()
+    ->Iterations(scaled(10, 1))
     ->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(compare, json_to_null, true, "/dev/null")
+BENCHMARK_CAPTURE(compare, json_to_null, true, "/dev/null", "tail: a message to JSON, to nowhere")
     ->UseManualTime()
+    ->Iterations(scaled(10, 1))
     ->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(compare, json_to_file, true, nullptr)
+BENCHMARK_CAPTURE(compare, json_to_file, true, nullptr, "tail: a message to JSON, to a file")
     ->UseManualTime()
+    ->Iterations(scaled(10, 1))
     ->Unit(benchmark::kMillisecond);
 
 } // namespace
 } // namespace zuLogging
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv)
+{
+    return zuLogging::benchmarks::runBenchmarks(argc, argv);
+}

@@ -36,6 +36,35 @@ std::vector<std::uint8_t> typicalContainer(std::size_t size)
     return builder.build();
 }
 
+/// Sends 64, waits for 64 acknowledges, and so on.
+[[noreturn]] void sendAcknowledged(const TrafficProcess::Load& load)
+{
+    constexpr std::size_t window = 64;
+    platform::UdpSocket socket;
+    if (!socket.open() || !socket.bind({platform::loopbackAddress, 0}))
+        std::_Exit(1);
+    socket.setReceiveBufferSize(0x20000);
+    const auto container = typicalContainer(load.containerSize);
+    Packet packet =
+        makeRequest(magicLogMessage, static_cast<std::uint16_t>(LogMessageCommand::Message),
+                    container.data(), container.size(), 0);
+    platform::OutgoingBatch requests(window, maximumPacket);
+    platform::DatagramBatch answers(window, maximumPacket);
+    for (std::uint64_t sent = 0; sent < load.count; sent += window) {
+        for (std::size_t i = 0; i < window; ++i) {
+            storeU64(packet.payload() + containerServiceMsgIdOffset, sent + i + 1);
+            requests.add(packet.bytes(), packet.size(), load.destination);
+        }
+        socket.send(requests);
+        for (std::size_t answered = 0; answered < window; answered += answers.size()) {
+            if (socket.waitReadable(std::chrono::seconds(5)) != platform::WaitResult::Readable)
+                std::_Exit(1);
+            socket.receive(answers);
+        }
+    }
+    std::_Exit(0);
+}
+
 [[noreturn]] void sendTraffic(const TrafficProcess::Load& load)
 {
     platform::UdpSocket socket;
@@ -95,6 +124,8 @@ void TrafficProcess::runIfAsked(int argc, char** argv)
     load.ratePerSecond = std::strtoull(argv[3], nullptr, 10);
     load.count = std::strtoull(argv[4], nullptr, 10);
     load.containerSize = std::strtoull(argv[5], nullptr, 10);
+    if (load.ratePerSecond == 0)
+        sendAcknowledged(load);
     sendTraffic(load);
 }
 

@@ -8,15 +8,16 @@
 
 namespace zuLogging::benchmarks {
 
-/// A process of its own that sends log message packets, evenly paced and without acknowledge, to
-/// one address: traffic that does not share the measured program's processor time.
+/// A process of its own that sends log message packets to one address, evenly paced and without
+/// acknowledge, or as fast as they are acknowledged: traffic that does not share the measured
+/// program's processor time.
 class TrafficProcess
 {
 public:
     struct Load
     {
         SocketAddress destination;
-        std::uint64_t ratePerSecond = 0;
+        std::uint64_t ratePerSecond = 0; ///< 0: 64 at a time, each to be acknowledged
         std::uint64_t count = 0;
         std::size_t containerSize = 200;
     };

@@ -1,11 +1,15 @@
 #!/usr/bin/env bash
-# Installs those of the named groups' packages that are missing: build, test, virtual-display.
+# Installs those of the named groups' packages that are missing: build, test, bench, peers,
+# virtual-display.
 # Asks for no rights when everything is there already.
 set -euo pipefail
 
 build=(build-essential cmake ninja-build qtbase5-dev libboost-dev libboost-thread-dev
        libboost-date-time-dev libboost-program-options-dev)
 test=(libgtest-dev libbenchmark-dev fonts-dejavu-core xvfb xdotool systemd groff-base)
+# What bench.sh needs, and what its figures stand beside where it is there.
+bench=(libbenchmark-dev libx11-dev fonts-dejavu-core xvfb xdotool jq)
+peers=(lnav glogg xvfb xdotool)
 virtual_display=(xvfb xdotool imagemagick x11-utils fonts-dejavu-core)
 
 wanted=()
@@ -13,6 +17,8 @@ for group in "$@"; do
     case "$group" in
         build) wanted+=("${build[@]}") ;;
         test) wanted+=("${test[@]}") ;;
+        bench) wanted+=("${bench[@]}") ;;
+        peers) wanted+=("${peers[@]}") ;;
         virtual-display) wanted+=("${virtual_display[@]}") ;;
         *) echo "install-packages.sh: unknown group '$group'" >&2; exit 2 ;;
     esac
