@@ -278,8 +278,11 @@ void LogTableModel::insert(int row, std::shared_ptr<LogMessage> message)
 
 void LogTableModel::addToSortIndex(const std::shared_ptr<LogMessage>& message, int storedRow)
 {
-    const SortedList& index = rows_->sortIndex;
-    if (!index.isEmpty() && index.size() - rows_->count() < maximumHiddenEntries)
+    SortedList& index = rows_->sortIndex;
+    if (index.isEmpty())
+        return;
+    index.copyForgottenTexts();
+    if (index.size() - rows_->count() < maximumHiddenEntries)
         addKey(message, storedRow);
 }
 

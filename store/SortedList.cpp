@@ -14,8 +14,8 @@ namespace zuLogging {
 namespace {
 
 /// Entries that the quicksort may look at: random keys take 1.1 times the number of entries for
-/// each level, a sorted million with unsorted rows behind them ten times. Input that needs more than
-/// this is made for it; a look at an entry of such input takes less than a nanosecond.
+/// each level, a sorted million with unsorted rows behind them ten times. Input that needs more
+/// than this is made for it; a look at an entry of such input takes less than a nanosecond.
 std::size_t allowedWork(std::size_t count)
 {
     std::size_t levels = 1;
@@ -100,7 +100,6 @@ void SortedList::insertText(const QString& key, int row)
 void SortedList::insertSharedText(std::u16string_view key, std::shared_ptr<const void> owner,
                                   int row)
 {
-    copyForgottenTexts();
     addText(
         {key.data(), static_cast<std::uint32_t>(key.size()), owner == nullptr, std::move(owner)},
         row);
@@ -120,8 +119,6 @@ void SortedList::addText(TextItem item, int row)
     rowZeroEntries_ += row == 0 ? 1 : 0;
 }
 
-/// Rows leave a table at its limit while their entries stay: each entry that comes looks at two
-/// others, and lets go of a whole message of which only one text is still wanted.
 void SortedList::copyForgottenTexts()
 {
     constexpr int looks = 2;

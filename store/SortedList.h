@@ -34,9 +34,13 @@ public:
     void insertText(const QString& key, int row);
     void insertNumber(quint64 key, int row);
     void insertReal(float key, int row);
-    /// A text that `owner` keeps, or that lives for ever if there is none. The text is copied when
-    /// the list is the only one left that holds its owner.
+    /// A text that `owner` keeps, or that lives for ever if there is none.
     void insertSharedText(std::u16string_view key, std::shared_ptr<const void> owner, int row);
+
+    /// Rows leave a table at its limit while their entries stay: looks at the next two entries and
+    /// copies a text whose owner nobody but this list holds any more, to let go of the rest of a
+    /// message. To be called with each entry that comes after the first sort.
+    void copyForgottenTexts();
 
     /// Makes room for as many entries of either kind.
     void reserveTexts(int count);
@@ -72,7 +76,6 @@ private:
     };
 
     void addText(TextItem item, int row);
-    void copyForgottenTexts();
     void sortTexts(Qt::SortOrder order);
     int rowAt(std::size_t position) const;
 

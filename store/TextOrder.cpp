@@ -46,32 +46,45 @@ public:
     bool collect(const Texts& texts, std::vector<std::uint32_t>& numbers)
     {
         numbers.resize(texts.size());
-        for (std::size_t i = 0; i < texts.size(); ++i) {
-            if (!numberOf(texts[i], numbers[i]))
-                return false;
+        // The texts lie scattered in memory: first only read, many at a time, since the processor
+        // can wait for many of them at once as long as nothing depends on what they hold.
+        constexpr std::size_t block = 64;
+        std::array<std::uint32_t, block> slotsOfBlock;
+        for (std::size_t first = 0; first < texts.size(); first += block) {
+            const std::size_t count = std::min(block, texts.size() - first);
+            for (std::size_t i = 0; i < count; ++i)
+                slotsOfBlock[i] = slotOf(texts[first + i]);
+            for (std::size_t i = 0; i < count; ++i)
+                if (!numberOf(texts[first + i], slotsOfBlock[i], numbers[first + i]))
+                    return false;
         }
         return true;
     }
     const Texts& found() const { return found_; }
 
 private:
-    static constexpr std::size_t slots = 1024;
+    static constexpr std::uint32_t slots = 1024;
     static constexpr std::size_t maximumFound = slots / 4;
 
-    static std::size_t hash(std::u16string_view text)
+    static std::uint32_t slotOf(std::u16string_view text)
     {
         // Ends differ more often than beginnings; the table is small and checks the rest.
-        const std::uint64_t begin = cacheOf(text, 0);
-        const std::uint64_t end =
-            cacheOf(text, text.size() > unitsInCache ? text.size() - unitsInCache : 0);
+        std::uint64_t begin = 0;
+        std::uint64_t end = 0;
+        if (text.size() >= unitsInCache) {
+            std::memcpy(&begin, text.data(), sizeof begin);
+            std::memcpy(&end, text.data() + text.size() - unitsInCache, sizeof end);
+        } else {
+            begin = cacheOf(text, 0);
+        }
         const std::uint64_t mixed =
             (begin * 31 + end + text.size()) * std::uint64_t{0x9E3779B97F4A7C15};
-        return static_cast<std::size_t>(mixed >> 54U);
+        return static_cast<std::uint32_t>(mixed >> 54U);
     }
 
-    bool numberOf(std::u16string_view text, std::uint32_t& number)
+    bool numberOf(std::u16string_view text, std::uint32_t slot, std::uint32_t& number)
     {
-        for (std::size_t slot = hash(text);; slot = (slot + 1) % slots) {
+        for (;; slot = (slot + 1) % slots) {
             std::uint32_t& taken = table_[slot];
             if (taken == 0) {
                 if (found_.size() == maximumFound)

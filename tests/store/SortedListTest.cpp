@@ -472,8 +472,10 @@ TEST(SortedList, ATextIsKeptWhenTheMessageThatHeldItIsForgotten)
     }
     // Each that comes looks at two others.
     static constexpr std::u16string_view forEver = u"text 0";
-    for (int row = count; row < 2 * count; ++row)
+    for (int row = count; row < 2 * count; ++row) {
+        list.copyForgottenTexts();
         list.insertSharedText(forEver, nullptr, row);
+    }
     for (const auto& owner : owners)
         EXPECT_TRUE(owner.expired());
     list.sort(Qt::AscendingOrder);
@@ -486,8 +488,10 @@ TEST(SortedList, ATextWhoseMessageIsStillThereIsNotCopied)
 {
     SortedList list;
     const auto owner = std::make_shared<const std::u16string>(u"text");
-    for (int row = 0; row < 50; ++row)
+    for (int row = 0; row < 50; ++row) {
+        list.copyForgottenTexts();
         list.insertSharedText(*owner, owner, row);
+    }
     EXPECT_EQ(owner.use_count(), 51);
     list.remove(7);
     EXPECT_EQ(owner.use_count(), 50);
