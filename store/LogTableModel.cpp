@@ -17,6 +17,7 @@
 #include <boost/thread/lock_guard.hpp>
 
 #include <algorithm>
+#include <array>
 #include <deque>
 #include <iterator>
 #include <new>
@@ -782,9 +783,31 @@ void LogTableModel::buildSortIndex(int field)
         rows_->sortIndex.reserveTexts(rows_->count());
     else
         rows_->sortIndex.reserveNumbers(rows_->count());
+    if (isTextField(field)) {
+        addTextKeys(field);
+        return;
+    }
     int row = 0;
     for (const auto& message : rows_->messages)
         addKey(message, row++);
+}
+
+/// The keys of all rows. Messages lie scattered in memory: a block of them is read before any of
+/// its counts of owners is changed, for the processor waits for many reads at once, but for each
+/// such change alone.
+void LogTableModel::addTextKeys(int field)
+{
+    constexpr std::size_t block = 64;
+    std::array<std::u16string_view, block> texts;
+    const auto& messages = rows_->messages;
+    for (std::size_t first = 0; first < messages.size(); first += block) {
+        const std::size_t count = std::min(block, messages.size() - first);
+        for (std::size_t i = 0; i < count; ++i)
+            texts[i] = textOf(*messages[first + i], field);
+        for (std::size_t i = 0; i < count; ++i)
+            rows_->sortIndex.insertSharedText(texts[i], messages[first + i],
+                                              static_cast<int>(first + i));
+    }
 }
 
 int LogTableModel::sortColumn() const

@@ -150,6 +150,7 @@ private:
     void addToSortIndex(const std::shared_ptr<LogMessage>& message, int storedRow);
     void addKey(const std::shared_ptr<LogMessage>& message, int storedRow);
     void buildSortIndex(int field);
+    void addTextKeys(int field);
     int fieldAt(int column) const;
     QString shownText(int displayedRow, int column) const;
     bool shownContains(const LogMessage* message, int storedRow, int field,
