@@ -251,7 +251,8 @@ bool OutgoingBatch::add(const void* data, std::size_t length,
     if (isFull() || length > buffers.capacityEach)
         return false;
     iovec& vector = buffers.vectors[buffers.waiting];
-    std::memcpy(vector.iov_base, data, length);
+    if (length > 0) // of an empty datagram there may be no address
+        std::memcpy(vector.iov_base, data, length);
     vector.iov_len = length;
     buffers.addresses[buffers.waiting] = toSystem(destination);
     ++buffers.waiting;
