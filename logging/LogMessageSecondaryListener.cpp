@@ -35,6 +35,7 @@ Packet forwardingRequest(LogMessageCommand command, const std::string& addressTe
 LogMessageSecondaryListener::LogMessageSecondaryListener(SinkList sinks, bool replay)
     : LogMessageListener(std::move(sinks))
 {
+    letStreamsGather();
     // Before the subscription: the first messages may come before its acknowledge does.
     try {
         start();

@@ -17,6 +17,10 @@ namespace {
 
 constexpr int socketBufferSize = 0x20000;
 constexpr std::chrono::milliseconds idlePeriod(2000);
+/// Between two batches of a stream.
+constexpr std::chrono::microseconds streamPause(200);
+/// Arrivals that are no further apart make a stream.
+constexpr std::chrono::microseconds streamGap(500);
 /// More than the socket's receive buffer holds.
 constexpr int maximumLastBatches = 64;
 
@@ -113,6 +117,7 @@ void LogProtoServer<Protocol>::run()
         switch (socket_.waitReadable(idlePeriod, &wake_)) {
         case platform::WaitResult::Readable:
             failed = !receiveArrived();
+            letMoreArrive();
             break;
         case platform::WaitResult::TimedOut:
             try {
@@ -142,6 +147,20 @@ void LogProtoServer<Protocol>::run()
             handleBatch() < batchCapacity)
             break;
     callWoken();
+}
+
+/// Between two batches of a stream. Whoever waits for an answer is not kept waiting.
+template <class Protocol>
+void LogProtoServer<Protocol>::letMoreArrive()
+{
+    if (!letsStreamsGather_)
+        return;
+    const auto now = std::chrono::steady_clock::now();
+    const bool isStream = now - lastArrival_ < streamGap;
+    lastArrival_ = now;
+    if (isStream && !isAnswerWanted_ && running_.load())
+        std::this_thread::sleep_for(streamPause);
+    isAnswerWanted_ = false;
 }
 
 template <class Protocol>
@@ -206,7 +225,10 @@ void LogProtoServer<Protocol>::handle(const std::uint8_t* datagram, std::size_t 
     isAnsweredLater_ = false;
     try {
         dispatch(request, length, acknowledge);
-        if ((request.header().flags & flagNoAcknowledge) != 0 || !sender || isAnsweredLater_)
+        if ((request.header().flags & flagNoAcknowledge) != 0 || !sender)
+            return;
+        isAnswerWanted_ = true;
+        if (isAnsweredLater_)
             return;
         sendAnswer(acknowledge, *sender);
     } catch (const std::exception& error) {

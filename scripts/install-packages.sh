@@ -5,7 +5,7 @@
 set -euo pipefail
 
 build=(build-essential cmake ninja-build qtbase5-dev libboost-dev libboost-thread-dev
-       libboost-date-time-dev libboost-program-options-dev)
+       libboost-date-time-dev libboost-program-options-dev libjemalloc-dev)
 test=(libgtest-dev libbenchmark-dev fonts-dejavu-core xvfb xdotool systemd groff-base)
 # What bench.sh needs, and what its figures stand beside where it is there.
 bench=(libbenchmark-dev libx11-dev fonts-dejavu-core xvfb xdotool jq)

@@ -6,7 +6,6 @@
 #include "store/LogTableModel.h"
 #include "store/ViewSettings.h"
 
-#include <boost/thread/exceptions.hpp>
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/lock_types.hpp>
 
@@ -30,8 +29,6 @@ constexpr std::size_t wakeLevel = 1024;
 /// step small, few enough to keep whoever waits for the filter's lock waiting for milliseconds.
 constexpr int fillBound = 1024;
 constexpr int exchangeBound = 4096;
-/// Fewer than so many records are filtered sooner than two threads are started.
-constexpr std::size_t sideBySideLevel = 64;
 
 } // namespace
 
@@ -331,37 +328,10 @@ void LogContainer::exchange(int count)
     const Messages messages = takeMessages(count);
     movedMessages_ += messages.size();
     std::vector<int> removed(messages.size(), 0);
-    const auto exchangeFull = [&] {
-        if (fullModel_)
-            removed = fullModel_->replaceOldest(messages);
-    };
-    if (!filtering_ || !filteredModel_) {
-        exchangeFull();
-        return;
-    }
-    Messages passed;
-    const auto filterNew = [&] { passed = passing(messages); };
-    bool done = false;
-    if (messages.size() >= sideBySideLevel) {
-        boost::thread_group pair;
-        try {
-            pair.create_thread(exchangeFull);
-            pair.create_thread(filterNew);
-            done = true;
-        } catch (const boost::thread_resource_error&) {
-            // The machine has no thread left: the worker does what was not started.
-        }
-        pair.join_all();
-        if (!done && pair.size() == 1) {
-            filterNew();
-            done = true;
-        }
-    }
-    if (!done) {
-        exchangeFull();
-        filterNew();
-    }
-    filteredModel_->replaceByIdentifiers(removed, passed);
+    if (fullModel_)
+        removed = fullModel_->replaceOldest(messages);
+    if (filtering_ && filteredModel_)
+        filteredModel_->replaceByIdentifiers(removed, passing(messages));
 }
 
 LogContainer::Messages LogContainer::passing(const Messages& messages) const

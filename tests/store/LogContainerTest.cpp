@@ -173,7 +173,7 @@ TEST(LogContainer, AtTheLimitManyRecordsLeaveAndEnterInOneStepAsTheyWouldOneByOn
     for (std::uint64_t id = 1; id <= 300; ++id)
         desk.store->addMessage(decoded(id, id % 3 == 0 ? u"keep" : u"other"));
     desk.drain();
-    for (std::uint64_t id = 301; id <= 500; ++id) // enough for the two threads
+    for (std::uint64_t id = 301; id <= 500; ++id)
         desk.store->addMessage(decoded(id, id % 3 == 0 ? u"keep" : u"other"));
     Access::moveMessages(*desk.store);
     EXPECT_EQ(desk.store->queueSize(), 0U);
