@@ -45,9 +45,10 @@ public:
     /// execute and checkAcknowledge in one; returns the reply.
     Packet command(const Packet& request);
 
-    /// Fetches a transfer buffer's contents: command GetConfiguration or GetModules. Throws "Failed
-    /// to allocate buffer for the data to be downloaded" also for a size above 256 MiB, and
-    /// "Received malformed acknowledge packet" for a piece of another length than was asked for.
+    /// Fetches a transfer buffer's contents: command GetConfiguration, GetModules or
+    /// GetServiceStatus. Throws "Failed to allocate buffer for the data to be downloaded" also for
+    /// a size above 256 MiB, and "Received malformed acknowledge packet" for a piece of another
+    /// length than was asked for.
     std::string download(LogClientCommand command);
 
     /// Replaces the service's configuration by `size` bytes at `data`. Throws "The data buffer to

@@ -158,6 +158,7 @@ private:
     bool anyFieldContains(const LogMessage* message, int storedRow,
                           const LogMessageMatcher& text) const;
 
+    int readAhead(int row, bool directionDown) const;
     bool showsSeconds() const;
 
     std::shared_ptr<LogContainer> store_;
