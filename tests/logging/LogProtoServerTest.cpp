@@ -449,6 +449,7 @@ TEST_F(LogProtoServerTest, EachRequestOfABurstIsAnsweredOnceAndInOrder)
         EXPECT_EQ(readPacketHeader(reply->data()).status, i % 10 == 3 ? 3 : 0);
     }
     EXPECT_TRUE(peer.nextAnswerIsToPing(to));
+    server.stop(); // before what its action uses is gone
 }
 
 TEST_F(LogProtoServerTest, NoTrafficForTwoSecondsCausesExactlyOneIdleCallPerPeriod)
