@@ -56,8 +56,11 @@ void forEachSink(const SinkList& sinks, const Operation& operation)
 
 } // namespace
 
-LogMessageListener::LogMessageListener(SinkList sinks, std::uint64_t firstNumber)
-    : sinks_(std::move(sinks))
+LogMessageListener::LogMessageListener(SinkList sinks, std::uint64_t firstNumber,
+                                       ListenerLimits limits, std::shared_ptr<LogLedger> ledger)
+    : limits_(limits)
+    , ledger_(ledger ? std::move(ledger) : std::make_shared<LogLedger>())
+    , sinks_(std::move(sinks))
     , counter_(firstNumber)
 {
 }

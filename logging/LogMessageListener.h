@@ -1,5 +1,7 @@
 #pragma once
 
+#include "logging/ListenerLimits.h"
+#include "logging/LogLedger.h"
 #include "logging/LogMessageSink.h"
 #include "logging/LogProtoServer.h"
 
@@ -27,7 +29,11 @@ public:
     static constexpr std::size_t maximumSinksOfOneClass = 64;
 
     /// `firstNumber` is the number before that of the first container, for tests of the wrap.
-    explicit LogMessageListener(SinkList sinks, std::uint64_t firstNumber = 0);
+    /// `limits` are what the owner allows those who send requests. What happens to messages is
+    /// counted in `ledger`; without one, in the listener's own.
+    explicit LogMessageListener(SinkList sinks, std::uint64_t firstNumber = 0,
+                                ListenerLimits limits = {},
+                                std::shared_ptr<LogLedger> ledger = nullptr);
     ~LogMessageListener() override;
 
 protected:
@@ -54,6 +60,7 @@ protected:
     void appendSink(std::shared_ptr<LogMessageSink> sink);
 
     const SinkList& sinks() const { return sinks_; }
+    LogLedger& ledger() const { return *ledger_; }
 
     /// Hands one container, `secondary` for one of the second kind, to one sink.
     virtual void deliverTo(LogMessageSink& sink, const LogMessageContainerView& container,
@@ -75,6 +82,8 @@ private:
     bool removeForwardersToNobody();
     bool isOwnAddress(std::string_view addressText) const;
 
+    const ListenerLimits limits_;
+    const std::shared_ptr<LogLedger> ledger_;
     SinkList sinks_;
     std::uint64_t counter_; ///< containers so far; 0 is never handed out, not even after a wrap
 };

@@ -32,8 +32,9 @@ Packet forwardingRequest(LogMessageCommand command, const std::string& addressTe
 
 } // namespace
 
-LogMessageSecondaryListener::LogMessageSecondaryListener(SinkList sinks, bool replay)
-    : LogMessageListener(std::move(sinks))
+LogMessageSecondaryListener::LogMessageSecondaryListener(SinkList sinks, bool replay,
+                                                         std::shared_ptr<LogLedger> ledger)
+    : LogMessageListener(std::move(sinks), 0, {}, std::move(ledger))
 {
     letStreamsGather();
     // Before the subscription: the first messages may come before its acknowledge does.

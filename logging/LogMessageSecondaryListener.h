@@ -1,8 +1,10 @@
 #pragma once
 
 #include "logging/LogClient.h"
+#include "logging/LogLedger.h"
 #include "logging/LogMessageListener.h"
 
+#include <memory>
 #include <optional>
 
 namespace zuLogging {
@@ -15,7 +17,9 @@ public:
     /// Subscribes at the service that the connection info names; with `replay`, the service first
     /// sends what it has recorded. Throws LogSvcError when the service cannot be found or does not
     /// acknowledge; nothing stays running then. Blocks for at most 1 second.
-    LogMessageSecondaryListener(SinkList sinks, bool replay);
+    /// What happens to messages on their way is counted in `ledger`; without one, in its own.
+    LogMessageSecondaryListener(SinkList sinks, bool replay,
+                                std::shared_ptr<LogLedger> ledger = nullptr);
     /// Unsubscribes (a service that is gone is no error; at most 1 second) and ends the thread.
     ~LogMessageSecondaryListener() override;
 
