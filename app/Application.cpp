@@ -1,16 +1,21 @@
 #include "app/Application.h"
 
 #include "app/MainView.h"
+#include "app/ProgramArguments.h"
 #include "config/LogConfigData.h"
 #include "logging/ConnectionInfo.h"
 #include "platform/Desktop.h"
 #include "store/ViewSettings.h"
+#include "view/LogMessageView.h"
 
 #include <QApplication>
+#include <QElapsedTimer>
 #include <QMessageBox>
 #include <QTimer>
+#include <QWindow>
 
 #include <exception>
+#include <iostream>
 
 // The macro declares a function of the global name space, where it must stand.
 static void registerIcons()
@@ -39,6 +44,28 @@ void createMainView(MainViewHolder& holder)
     }
 }
 
+void openFilesOnceShown(MainView& window, const QStringList& files)
+{
+    if (files.isEmpty())
+        return;
+    constexpr int periodMs = 10;
+    constexpr int longestMs = 500;
+    QElapsedTimer clock;
+    clock.start();
+    auto* looks = new QTimer(&window);
+    QObject::connect(looks, &QTimer::timeout, &window, [&window, files, looks, clock] {
+        const QWindow* handle = window.windowHandle();
+        if (!(handle && handle->isExposed()) && clock.elapsed() < longestMs)
+            return;
+        looks->stop();
+        looks->deleteLater();
+        // A copy: the timer, and this with it, may be gone before the last question is answered.
+        const QStringList paths = files;
+        window.messageView()->openLogFiles(paths);
+    });
+    looks->start(periodMs);
+}
+
 int runEventLoop(const MainViewHolder& holder)
 {
     if (holder)
@@ -52,6 +79,9 @@ int runEventLoop(const MainViewHolder& holder)
 
 int runApplication(int& argc, char** argv)
 {
+    ProgramArguments arguments(argc, argv);
+    if (const std::optional<int> status = arguments.answer(std::cout))
+        return *status;
     registerIcons();
     platform::setProcessDpiAware();
     QCoreApplication::setAttribute(Qt::AA_DisableHighDpiScaling, true);
@@ -60,10 +90,14 @@ int runApplication(int& argc, char** argv)
     QCoreApplication::setOrganizationName(QStringLiteral("Arvenza"));
     QCoreApplication::setOrganizationDomain(QStringLiteral("arvenza.example"));
     QCoreApplication::setApplicationName(QStringLiteral("LogDesk"));
+    if (!arguments.readFiles(argc, argv, std::cerr))
+        return exitStatusUsage;
     ViewSettings::instance().read();
 
     MainViewHolder holder;
     createMainView(holder);
+    if (holder)
+        openFilesOnceShown(*holder, arguments.files());
     QObject::connect(&application, &QGuiApplication::lastWindowClosed, &application,
                      &QCoreApplication::quit);
     const int status = runEventLoop(holder);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QStringList>
+
 #include <memory>
 
 namespace zuLogging {
@@ -19,6 +21,10 @@ int runApplication(int& argc, char** argv);
 /// `holder` and shows it. When the service cannot be reached the user is told in a message box, the
 /// holder stays as it was, and the call returns normally. Never throws a std::exception.
 void createMainView(MainViewHolder& holder);
+
+/// Has the window open these files (LogMessageView::openLogFiles) from the event loop, once it can
+/// be seen on the screen, or half a second later when it cannot (it may begin as an icon).
+void openFilesOnceShown(MainView& window, const QStringList& files);
 
 /// Runs the event loop until the program is told to quit and returns its exit status; without a
 /// window nobody could tell it, so the loop ends at once with `exitStatusNoWindow`.

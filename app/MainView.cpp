@@ -23,16 +23,20 @@
 #include <QCloseEvent>
 #include <QDesktopServices>
 #include <QDockWidget>
+#include <QDragEnterEvent>
+#include <QDropEvent>
 #include <QFileDialog>
 #include <QGuiApplication>
 #include <QMap>
 #include <QMenu>
 #include <QMenuBar>
 #include <QMessageBox>
+#include <QMimeData>
 #include <QPointer>
 #include <QScreen>
 #include <QSignalBlocker>
 #include <QStatusBar>
+#include <QTimer>
 #include <QUrl>
 
 namespace zuLogging {
@@ -51,6 +55,30 @@ void setCheckedSilently(QAction* action, bool checked)
 {
     const QSignalBlocker quiet(action);
     action->setChecked(checked);
+}
+
+/// Empty when anything among what is dragged is no file of this machine.
+QStringList draggedFiles(const QMimeData& data)
+{
+    QStringList paths;
+    const QList<QUrl> urls = data.urls();
+    for (const QUrl& url : urls) {
+        if (!url.isLocalFile() || !url.host().isEmpty())
+            return {};
+        paths.append(url.toLocalFile());
+    }
+    return paths;
+}
+
+/// What was dragged is never taken away from where it comes from.
+bool acceptsCopy(QDropEvent& event)
+{
+    if ((event.possibleActions() & Qt::CopyAction) == 0 ||
+        draggedFiles(*event.mimeData()).isEmpty())
+        return false;
+    event.setDropAction(Qt::CopyAction);
+    event.accept();
+    return true;
 }
 
 void bringToFront(QWidget* window)
@@ -75,6 +103,7 @@ MainView::MainView(MainViewHolder* holder)
     setWindowTitle(QStringLiteral("Arvenza LogDesk"));
     setWindowIcon(QIcon(QStringLiteral(":/logging.png")));
     setDockNestingEnabled(true);
+    setAcceptDrops(true);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Minimum);
 
     createActions();
@@ -542,6 +571,23 @@ bool MainView::shutDown()
 void MainView::closeEvent(QCloseEvent* event)
 {
     event->setAccepted(shutDown());
+}
+
+void MainView::dragEnterEvent(QDragEnterEvent* event)
+{
+    if (!acceptsCopy(*event))
+        event->ignore();
+}
+
+void MainView::dropEvent(QDropEvent* event)
+{
+    if (!acceptsCopy(*event)) {
+        event->ignore();
+        return;
+    }
+    // Later: whoever drags waits for the end of this event, which no question may hold up.
+    const QStringList paths = draggedFiles(*event->mimeData());
+    QTimer::singleShot(0, messageView_, [this, paths] { messageView_->openLogFiles(paths, true); });
 }
 
 } // namespace zuLogging

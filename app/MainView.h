@@ -90,6 +90,9 @@ public Q_SLOTS:
 protected:
     /// Refuses to close when the user cancels `shutDown`.
     void closeEvent(QCloseEvent* event) override;
+    // Files of this machine that are dropped anywhere on the window are opened.
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
 
 private:
     void createActions();

@@ -11,6 +11,7 @@
 #include "store/LogTableModel.h"
 #include "store/ViewSettings.h"
 #include "tools/DemoTraffic.h"
+#include "view/RowHeightFitter.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -131,12 +132,13 @@ void tenMillion(benchmark::State& state)
 }
 
 /// In a process of its own, which may not come back: rows that are one shared record, as many as
-/// the heights of the table's rows can add up to, and more. Prints the seconds that the first
-/// refresh beyond took, in the last line.
+/// the table shows, and more than the heights of rows could add up to. Prints the seconds that the
+/// first refresh beyond took, in the last line.
 int fillBeyondTheTable()
 {
-    const int most = scaled(std::numeric_limits<int>::max() / 20, 5000); // a row is 20 pixels high
-    const int rows = most + 1000;
+    const int most = scaled(RowHeightFitter::maximumRows, 5000);
+    const int rows =
+        scaled(std::numeric_limits<int>::max() / RowHeightFitter::plainHeight, 5000) + 1000;
     ViewSettings::instance().reset();
     auto store = std::make_shared<LogContainer>();
     BenchmarkWindow window(store);
@@ -147,9 +149,10 @@ int fillBeyondTheTable()
     message->renderTimestamp();
     const auto fillTo = [&](int count) {
         constexpr int atOnce = 1000000;
-        while (view.fullModel()->rowCount() < count)
+        while (view.fullModel()->messageCount() < count)
             view.fullModel()->addMessages(std::vector<std::shared_ptr<LogMessage>>(
-                static_cast<std::size_t>(std::min(atOnce, count - view.fullModel()->rowCount())),
+                static_cast<std::size_t>(
+                    std::min(atOnce, count - view.fullModel()->messageCount())),
                 message));
         return secondsWithPainting([&] { view.updateView(); });
     };
@@ -158,10 +161,10 @@ int fillBeyondTheTable()
         QScrollBar* bar = view.table()->verticalScrollBar();
         bar->setValue(bar->maximum());
         QApplication::processEvents();
-        std::printf("%s: %d rows, heights add up to %d, the scroll bar goes to %d, the last row in "
-                    "view is %d, %.0f MiB\n",
-                    when, header->count(), header->length(), bar->maximum(),
-                    view.table()->rowAt(view.table()->viewport()->height() - 2),
+        std::printf("%s: %d of %d rows, heights add up to %d, the scroll bar goes to %d, the last "
+                    "row in view is %d, %.0f MiB\n",
+                    when, header->count(), view.fullModel()->messageCount(), header->length(),
+                    bar->maximum(), view.table()->rowAt(view.table()->viewport()->height() - 2),
                     currentMemory() / mebibyte);
         std::fflush(stdout);
         bar->setValue(0);
@@ -213,7 +216,8 @@ void moreThanATableCanShow(benchmark::State& state)
         if (ended)
             require(state, process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0,
                     "a cleared table is as before");
-        const std::string work = "more rows than heights of 31 bits (107,374,182): first refresh";
+        const std::string work =
+            "more messages than row heights of 31 bits (107,374,182): first refresh";
         report({ended ? work : work + ", no end seen",
                 ended ? output.trimmed().split('\n').last().toDouble() : limit, "s", "", 0,
                 Goal::Kind::AtMost, 1});

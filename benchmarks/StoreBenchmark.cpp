@@ -334,6 +334,7 @@ BENCHMARK(sortModel)
     ->Arg(idColumn)
     ->Arg(3)
     ->Arg(5)
+    ->Arg(7)
     ->Arg(messageColumn)
     ->Unit(benchmark::kMillisecond);
 BENCHMARK(announce)->Iterations(scaled(200, 2))->Unit(benchmark::kMicrosecond);

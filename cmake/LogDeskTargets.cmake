@@ -16,6 +16,22 @@ if(LOGDESK_SANITIZE)
     target_link_options(logdesk_options INTERFACE -fsanitize=${LOGDESK_SANITIZE})
 endif()
 
+# The programs and their libraries are hardened: stack protector, checked string functions, no fixed
+# addresses, no writable jump tables. The checks of the sanitizers take the place of the second.
+include(CheckPIESupported)
+check_pie_supported(LANGUAGES CXX)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+add_library(logdesk_hardening INTERFACE)
+if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
+    target_compile_options(logdesk_hardening INTERFACE -fstack-protector-strong)
+    target_link_options(logdesk_hardening INTERFACE -Wl,-z,relro -Wl,-z,now)
+    if(NOT LOGDESK_SANITIZE)
+        # Without optimization there is no such check, and the system's headers complain.
+        target_compile_options(logdesk_hardening INTERFACE
+            $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE> $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=2>)
+    endif()
+endif()
+
 # The memory manager of the window. The receiving thread, of high priority, allocates what the worker
 # frees; the system's own manager has them wait for one lock, and whoever holds it may not get to run
 # for a while. This one keeps pieces for each thread. Without it the program works, and may lose a few
@@ -33,20 +49,31 @@ endif()
 function(logdesk_library name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
     add_library(${name} STATIC ${ARG_SOURCES})
-    target_link_libraries(${name} PUBLIC logdesk_options ${ARG_LINK})
+    target_link_libraries(${name} PUBLIC logdesk_options ${ARG_LINK} PRIVATE logdesk_hardening)
+endfunction()
+
+# logdesk_program(NAME SOURCES... [LINK LIBS...])
+function(logdesk_program name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
+    add_executable(${name} ${ARG_SOURCES})
+    target_link_libraries(${name} PRIVATE ${ARG_LINK} logdesk_hardening)
 endfunction()
 
 # Everything that the sanitizers run: the tests of the rooms without widgets, and what they start.
 add_custom_target(sanitized_tests)
 
-# logdesk_test(NAME SOURCES ... LINK ... [TIMEOUT seconds] [LABELS ...]): one GoogleTest program.
-# LINK names logdesk_core_test_main or logdesk_gui_test_main. Every case becomes a ctest entry of its
-# own, run without a display. The programs of tests/platform, tests/logging and tests/store carry the
-# label "sanitized".
+# logdesk_test(NAME SOURCES ... LINK ... [TIMEOUT seconds] [LABELS ...] [SERIAL]): one GoogleTest
+# program. LINK names logdesk_core_test_main or logdesk_gui_test_main. Every case becomes a ctest entry
+# of its own, run without a display; under the sanitizers, where a process takes long to start, every
+# program. Those of tests/platform, tests/logging and tests/store carry the label "sanitized". SERIAL:
+# nothing else runs meanwhile.
 function(logdesk_test name)
-    cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LINK;LABELS" ${ARGN})
+    cmake_parse_arguments(ARG "SERIAL" "TIMEOUT" "SOURCES;LINK;LABELS" ${ARGN})
     if(NOT ARG_TIMEOUT)
         set(ARG_TIMEOUT 120)
+    endif()
+    if(NOT ARG_SERIAL)
+        set(ARG_SERIAL OFF)
     endif()
     if(CMAKE_CURRENT_SOURCE_DIR MATCHES "/tests/(platform|logging|store)$")
         list(APPEND ARG_LABELS sanitized)
@@ -54,9 +81,17 @@ function(logdesk_test name)
     endif()
     add_executable(${name} ${ARG_SOURCES})
     target_link_libraries(${name} PRIVATE ${ARG_LINK} logdesk_test_support GTest::gtest)
+    # The cases themselves are run once: compiling them well takes longer than that.
+    target_compile_options(${name} PRIVATE -O0 -g1)
+    if(LOGDESK_SANITIZE)
+        add_test(NAME ${name} COMMAND ${name} --gtest_brief=1)
+        set_tests_properties(${name} PROPERTIES
+            TIMEOUT 900 LABELS "${ARG_LABELS}" RUN_SERIAL ${ARG_SERIAL})
+        return()
+    endif()
     include(GoogleTest)
     gtest_discover_tests(${name}
         DISCOVERY_TIMEOUT 60
         DISCOVERY_MODE PRE_TEST
-        PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}")
+        PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}" RUN_SERIAL ${ARG_SERIAL})
 endfunction()

@@ -2,6 +2,7 @@
 
 #include "logging/LogSvcError.h"
 #include "platform/DataDirectory.h"
+#include "platform/SavedFile.h"
 
 #include <QFile>
 #include <QGridLayout>
@@ -11,7 +12,6 @@
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
-#include <QSaveFile>
 #include <QSpinBox>
 #include <QVBoxLayout>
 
@@ -197,10 +197,12 @@ void PreferencesDialog::setRecordLines(const std::string& value)
 void PreferencesDialog::writeFile() const
 {
     const QByteArray text = QByteArray::fromStdString(writePropertyTree(tree_, JsonForm::Indented));
-    // The old file stays until the new one is whole. Follows a link, and keeps the permissions.
-    QSaveFile file(path_);
-    if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.commit())
-        throw LogSvcError(file.errorString().toStdString());
+    // The service may run as another user and read it as a member of the file's group: its
+    // permissions stay.
+    platform::SavedFile file(path_);
+    if (!file.open() || file.device().write(text) != text.size() || !file.commit())
+        throw LogSvcError(file.error().empty() ? file.device().errorString().toStdString()
+                                               : file.error());
 }
 
 void PreferencesDialog::save()

@@ -4,7 +4,8 @@
 #include "logging/Packet.h"
 #include "platform/SharedMemory.h"
 
-#include <QByteArray>
+#include <cstdlib>
+#include <string_view>
 
 namespace zuLogging {
 
@@ -27,10 +28,11 @@ LogSvcError connectFailure(const std::string& cause)
 
 std::string connectionInfoName()
 {
-    const QByteArray name = qgetenv("ZULOG_CONNECTION_INFO");
-    if (name.isEmpty() || name.contains('/'))
+    const char* value = std::getenv("ZULOG_CONNECTION_INFO");
+    const std::string_view name = value != nullptr ? value : "";
+    if (name.empty() || name.find('/') != std::string_view::npos)
         return defaultName;
-    return name.toStdString();
+    return std::string(name);
 }
 
 std::vector<std::uint8_t> encodeConnectionInfo(const SocketAddress& address)

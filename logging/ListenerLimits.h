@@ -14,7 +14,8 @@ struct ListenerLimits
     /// Sinks in the list, those made at start included. For one more, forwarders to ports that
     /// nobody has any more are removed; when there are none the request fails.
     std::size_t sinks = unlimited;
-    /// Replays under way at once, of all recorders together; one more request fails.
+    /// Requests for a replay that are under way at once, counted for each recorder that carries
+    /// them out (with two threads, one for either kind of message); one more request fails.
     std::size_t replays = unlimited;
     /// Whether a request may lead to the listener's own address, which sends messages round for
     /// ever.

@@ -140,6 +140,10 @@ LogClient::LogClient(const SocketAddress& server)
 {
     if (!socket_.open())
         throw LogSvcError("Failed to create the log client socket");
+    // Left alone, the first send would open it to every network of the machine.
+    if (server.address >> 24 == platform::loopbackAddress >> 24 &&
+        !socket_.bind({platform::loopbackAddress, 0}))
+        throw LogSvcError("Failed to create the log client socket");
     // Smaller buffers than these, or a socket that blocks, cost speed and no more: every receive
     // follows a wait.
     socket_.setReceiveBufferSize(socketBufferSize);

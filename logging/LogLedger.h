@@ -30,6 +30,7 @@ enum class LogCount : std::size_t
     // The listener and its sinks, for each message.
     Unwanted,   ///< kept from the sinks by the service's configuration
     SinkFailed, ///< at least one sink raised an error; it may have reached others
+    Ignored,    ///< of the second kind, which the window does not show
     Unreadable, ///< the window's sink could not take the container apart
     NotActive,  ///< came to the store while no logging was under way
     Queued,     ///< appended to the store's queue
@@ -50,7 +51,7 @@ enum class LogCount : std::size_t
 /// balance:
 ///
 ///     Received = the seven Refused + Requests + Messages
-///     Messages = Unwanted + Unreadable + NotActive + Queued     (one store as the only sink)
+///     Messages = Unwanted + Ignored + Unreadable + NotActive + Queued   (one store, no other sink)
 ///     Queued = DroppedFromQueue + Moved + what the queue holds
 ///     Moved + Loaded = rows of the full model + RemovedAtLimit + Cleared
 class LogCounts

@@ -1,6 +1,7 @@
 #include "logging/LogMessageListener.h"
 
 #include "logging/LogMessageSinkForwarder.h"
+#include "logging/LogMessageSinkRecorder.h"
 #include "logging/LogSvcError.h"
 #include "logging/SinkFactory.h"
 
@@ -38,7 +39,7 @@ void callKeepingFirstError(std::exception_ptr& firstError, const Operation& oper
 {
     try {
         operation();
-    } catch (const std::exception&) {
+    } catch (...) {
         if (!firstError)
             firstError = std::current_exception();
     }
@@ -58,8 +59,9 @@ void forEachSink(const SinkList& sinks, const Operation& operation)
 
 LogMessageListener::LogMessageListener(SinkList sinks, std::uint64_t firstNumber,
                                        ListenerLimits limits, std::shared_ptr<LogLedger> ledger)
-    : limits_(limits)
-    , ledger_(ledger ? std::move(ledger) : std::make_shared<LogLedger>())
+    : LogProtoServer<LogMsgProtocol>(std::move(ledger))
+    , limits_(limits)
+    , gaps_(this->ledger())
     , sinks_(std::move(sinks))
     , counter_(firstNumber)
 {
@@ -136,38 +138,51 @@ void LogMessageListener::deliver(const std::uint8_t* payload, std::size_t length
                                  bool numbered)
 {
     if (length < containerHeaderSize || length > maximumContainer ||
-        loadU16(payload + containerSizeOffset) != length)
+        loadU16(payload + containerSizeOffset) != length) {
+        countAs(LogCount::RefusedContainer);
         throw LogSvcError("Constructing an output log message container from inconsistent data");
+    }
+    countAs(LogCount::Messages);
+    // Senders count by the container's kind, whatever the command.
+    if (sender())
+        gaps_.note(*sender(), (payload[containerFlagsOffset] & containerFlagSecondary) != 0,
+                   loadU64(payload + containerSenderMsgIdOffset));
 
     LogMessageContainerView container;
     container.data = payload;
     container.length = length;
-    if (!isWanted(container))
-        return;
+    try {
+        if (!isWanted(container)) {
+            ledger().add(LogCount::Unwanted);
+            return;
+        }
+        if (++counter_ == 0)
+            counter_ = 1;
+        if (numbered)
+            container.serviceNumber = counter_;
+        deliverToSinks(container, secondary);
+    } catch (...) {
+        ledger().add(LogCount::SinkFailed);
+        throw;
+    }
+}
 
-    if (++counter_ == 0)
-        counter_ = 1;
-    if (numbered)
-        container.serviceNumber = counter_;
-
+void LogMessageListener::deliverToSinks(const LogMessageContainerView& container, bool secondary)
+{
     std::exception_ptr firstError;
     for (const std::shared_ptr<LogMessageSink>& sink : sinks_) {
         // No failure of one sink at one moment but a mistake of the program: it ends the round.
         if (sink->containerOperatingMode() != 0)
             throw LogSvcError("Unknown log sink container operating mode selected");
-        callKeepingFirstError(firstError, [&] { deliverTo(*sink, container, secondary); });
+        callKeepingFirstError(firstError, [&] {
+            if (secondary)
+                sink->consumeSecondary(container);
+            else
+                sink->consume(container);
+        });
     }
     if (firstError)
         std::rethrow_exception(firstError);
-}
-
-void LogMessageListener::deliverTo(LogMessageSink& sink, const LogMessageContainerView& container,
-                                   bool secondary)
-{
-    if (secondary)
-        sink.consumeSecondary(container);
-    else
-        sink.consume(container);
 }
 
 void LogMessageListener::replay(LogMessageCommand /*command*/, const ReplayRequest& request,
@@ -175,14 +190,25 @@ void LogMessageListener::replay(LogMessageCommand /*command*/, const ReplayReque
 {
     bool toItself = false;
     try {
-        toItself = isOwnAddress(addressText);
+        toItself = !limits_.allowsOwnAddress && isOwnAddress(addressText);
     } catch (const LogSvcError&) {
         // What is no address is the business of the sinks.
     }
     // What it recorded would be recorded again, once for each request.
     if (toItself)
         throw LogSvcError(outOfRange);
+    if (limits_.replays != ListenerLimits::unlimited && replaysUnderWay() >= limits_.replays)
+        throw LogSvcError(outOfRange);
     forEachSink(sinks_, [&](LogMessageSink& sink) { sink.replay(request, addressText); });
+}
+
+std::size_t LogMessageListener::replaysUnderWay() const
+{
+    std::size_t count = 0;
+    for (const std::shared_ptr<LogMessageSink>& sink : sinks_)
+        if (const auto* recorder = dynamic_cast<const LogMessageSinkRecorder*>(sink.get()))
+            count += recorder->requestsUnderWay();
+    return count;
 }
 
 void LogMessageListener::idle()
@@ -194,18 +220,14 @@ bool LogMessageListener::addSink(std::uint32_t typeCode, std::string_view argume
 {
     if (!sinks_.empty()) {
         const std::type_index wanted = sinkTypeIdentity(typeCode);
-        std::size_t sameClass = 0;
-        for (const std::shared_ptr<LogMessageSink>& sink : sinks_) {
-            if (classOf(*sink) != wanted)
-                continue;
-            if (sink->matches(argumentText))
+        for (const std::shared_ptr<LogMessageSink>& sink : sinks_)
+            if (classOf(*sink) == wanted && sink->matches(argumentText))
                 return false;
-            ++sameClass;
-        }
-        if (sameClass >= maximumSinksOfOneClass && !removeForwardersToNobody())
-            throw LogSvcError(outOfRange);
     }
-    if (typeCode == static_cast<std::uint32_t>(SinkType::Forwarder) && isOwnAddress(argumentText))
+    if (!limits_.allowsOwnAddress && typeCode == static_cast<std::uint32_t>(SinkType::Forwarder) &&
+        isOwnAddress(argumentText))
+        throw LogSvcError(outOfRange);
+    if (sinks_.size() >= limits_.sinks && !removeForwardersToNobody())
         throw LogSvcError(outOfRange);
 
     SinkDescription description;
@@ -217,7 +239,8 @@ bool LogMessageListener::addSink(std::uint32_t typeCode, std::string_view argume
 void LogMessageListener::appendSink(std::shared_ptr<LogMessageSink> sink)
 {
     const auto* forwarder = dynamic_cast<const LogMessageSinkForwarder*>(sink.get());
-    if (forwarder != nullptr && isOwnAddress(forwarder->argumentText()))
+    if (!limits_.allowsOwnAddress && forwarder != nullptr &&
+        isOwnAddress(forwarder->argumentText()))
         throw LogSvcError(outOfRange);
     sinks_.push_back(std::move(sink));
 }

@@ -4,6 +4,7 @@
 #include "logging/LogLedger.h"
 #include "logging/LogMessageSink.h"
 #include "logging/LogProtoServer.h"
+#include "logging/NumberGaps.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -18,19 +19,19 @@ namespace zuLogging {
 /// A sink that fails does not keep a message, a replay request or an idle call from the sinks
 /// behind it; the first failure is reported when all have been called.
 ///
+/// What becomes of a datagram, as it is counted: a container of the right size is a message, also
+/// when a sink fails with it; one of another size is refused; the command that does nothing,
+/// forwarders that were to be added or removed and were, or needed not be, and replays that were
+/// passed on are requests; what raised an error is a refused request.
+///
 /// The sink list is changed on the receiving thread only, after construction, and so needs no lock.
 class LogMessageListener : public LogProtoServer<LogMsgProtocol>
 {
 public:
-    /// As many sinks of one class as requests can add: whoever can send a datagram must not be able
-    /// to grow the program without bound. For one more, forwarders to ports that nobody has any
-    /// more are removed; when there are none the request fails with "The command packet data are
-    /// out of range".
-    static constexpr std::size_t maximumSinksOfOneClass = 64;
-
     /// `firstNumber` is the number before that of the first container, for tests of the wrap.
-    /// `limits` are what the owner allows those who send requests. What happens to messages is
-    /// counted in `ledger`; without one, in the listener's own.
+    /// `limits` are what the owner allows those who send requests; what goes beyond fails with "The
+    /// command packet data are out of range". What happens to messages is counted in `ledger`;
+    /// without one, in the listener's own.
     explicit LogMessageListener(SinkList sinks, std::uint64_t firstNumber = 0,
                                 ListenerLimits limits = {},
                                 std::shared_ptr<LogLedger> ledger = nullptr);
@@ -48,27 +49,25 @@ protected:
     virtual bool isWanted(const LogMessageContainerView& /*container*/) { return true; }
 
     /// Receiving thread, or before `start`. True if a sink was added; false if one of that class
-    /// matches already. Throws LogSvcError: what the factory throws, an unknown type, the limit
-    /// above, or a forwarder to this very listener, which would send every message round for ever.
+    /// matches already. Throws LogSvcError: what the factory throws, an unknown type, or what goes
+    /// beyond the limits: too many sinks, a forwarder to this very listener.
     bool addSink(std::uint32_t typeCode, std::string_view argumentText);
     /// Receiving thread. True if a sink was removed. Throws LogSvcError for an unknown type, unless
     /// there are no sinks at all.
     bool removeSink(std::uint32_t typeCode, std::string_view argumentText);
 
     /// Receiving thread, or before `start`: puts a sink that is made already at the end of the
-    /// list. Throws LogSvcError for a forwarder to this very listener.
+    /// list. Throws LogSvcError for a forwarder to this very listener, unless that is allowed. The
+    /// number of sinks is the owner's own business here.
     void appendSink(std::shared_ptr<LogMessageSink> sink);
 
     const SinkList& sinks() const { return sinks_; }
-    LogLedger& ledger() const { return *ledger_; }
-
-    /// Hands one container, `secondary` for one of the second kind, to one sink.
-    virtual void deliverTo(LogMessageSink& sink, const LogMessageContainerView& container,
-                           bool secondary);
+    /// Receiving thread. Requests of which a recorder in the list still sends messages.
+    std::size_t replaysUnderWay() const;
 
     /// Passes a replay request on to every sink. `command` is the one with which it came: Replay or
-    /// ReplayAndForward. Throws LogSvcError when it leads to this very listener, or what a sink
-    /// throws.
+    /// ReplayAndForward. Throws LogSvcError for what goes beyond the limits (too many replays under
+    /// way, one to this very listener), or what a sink throws.
     virtual void replay(LogMessageCommand command, const ReplayRequest& request,
                         std::string_view addressText);
 
@@ -79,11 +78,12 @@ private:
     void handleCommand(LogMessageCommand command, const std::uint8_t* payload, std::size_t length,
                        bool numbered);
     void deliver(const std::uint8_t* payload, std::size_t length, bool secondary, bool numbered);
+    void deliverToSinks(const LogMessageContainerView& container, bool secondary);
     bool removeForwardersToNobody();
     bool isOwnAddress(std::string_view addressText) const;
 
     const ListenerLimits limits_;
-    const std::shared_ptr<LogLedger> ledger_;
+    NumberGaps gaps_;
     SinkList sinks_;
     std::uint64_t counter_; ///< containers so far; 0 is never handed out, not even after a wrap
 };

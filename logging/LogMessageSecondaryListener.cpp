@@ -34,7 +34,7 @@ Packet forwardingRequest(LogMessageCommand command, const std::string& addressTe
 
 LogMessageSecondaryListener::LogMessageSecondaryListener(SinkList sinks, bool replay,
                                                          std::shared_ptr<LogLedger> ledger)
-    : LogMessageListener(std::move(sinks), 0, {}, std::move(ledger))
+    : LogMessageListener(std::move(sinks), 0, ListenerLimits::careful(), std::move(ledger))
 {
     letStreamsGather();
     // Before the subscription: the first messages may come before its acknowledge does.

@@ -1,6 +1,10 @@
 #include "logging/LogMessageSinkForwarder.h"
 
 #include "logging/SocketAddressText.h"
+#include "platform/Trace.h"
+
+#include <exception>
+#include <utility>
 
 namespace zuLogging {
 
@@ -27,9 +31,21 @@ void LogMessageSinkForwarder::forward(const LogMessageContainerView& container)
         client_.forward(container);
     } catch (...) {
         ++failedCount_;
+        if (!std::exchange(isFailing_, true))
+            tellFailure();
         throw;
     }
+    isFailing_ = false;
     ++sentCount_;
+}
+
+/// The error itself says nothing of where it was to go.
+void LogMessageSinkForwarder::tellFailure() const noexcept
+{
+    try {
+        platform::trace("Messages cannot be forwarded to " + argumentText() + "\n");
+    } catch (const std::exception&) {
+    }
 }
 
 bool LogMessageSinkForwarder::matches(std::string_view argumentText) const

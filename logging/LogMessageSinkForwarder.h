@@ -10,7 +10,8 @@
 namespace zuLogging {
 
 /// Sends every container on to another log protocol server, without waiting for an acknowledge. A
-/// destination that is gone costs two failed sends for each container and does not end it.
+/// destination that is gone costs two failed sends for each container and does not end it; when
+/// sending begins to fail the debugger trace names the destination.
 class LogMessageSinkForwarder final : public LogMessageSink
 {
 public:
@@ -38,10 +39,12 @@ public:
 
 private:
     void forward(const LogMessageContainerView& container);
+    void tellFailure() const noexcept;
 
     LogClient client_;
     std::uint64_t sentCount_ = 0;
     std::uint64_t failedCount_ = 0;
+    bool isFailing_ = false; ///< since the last container that was sent
 };
 
 } // namespace zuLogging

@@ -91,10 +91,12 @@ void sendKeys(LogClient& client, const Keys& keys)
 
 LogMessageSinkRecorder::LogMessageSinkRecorder(std::uint64_t primaryCapacity,
                                                std::uint64_t secondaryCapacity,
-                                               std::uint32_t containerOperatingMode, Clock clock)
+                                               std::uint32_t containerOperatingMode, Clock clock,
+                                               std::size_t copiedRecords)
     : LogMessageSink(containerOperatingMode)
     , primary_(makeRing(primaryCapacity, defaultPrimaryCapacity))
     , secondary_(makeRing(secondaryCapacity, defaultSecondaryCapacity))
+    , copiedRecords_(copiedRecords)
     , clock_(clock ? std::move(clock) : [] { return std::chrono::system_clock::now(); })
     , lastReport_(clock_())
 {
@@ -143,6 +145,7 @@ void LogMessageSinkRecorder::replay(const ReplayRequest& request, std::string_vi
     const SocketAddress target = parseSocketAddress(addressText);
     // A line that is never quiet for 2 seconds brings no idle call.
     reapReplays();
+    ++requests_;
     startReplay(primary_, target);
     startReplay(secondary_, target);
 }
@@ -152,6 +155,15 @@ std::size_t LogMessageSinkRecorder::replaysUnderWay() const
     return static_cast<std::size_t>(
         std::count_if(replays_.begin(), replays_.end(),
                       [](const auto& entry) { return !entry.second.progress->endTime(); }));
+}
+
+std::size_t LogMessageSinkRecorder::requestsUnderWay() const
+{
+    std::set<std::uint64_t> requests;
+    for (const auto& entry : replays_)
+        if (!entry.second.progress->endTime())
+            requests.insert(entry.second.request);
+    return requests.size();
 }
 
 void LogMessageSinkRecorder::startReplay(const RecordRing& ring, const SocketAddress& target)
@@ -166,7 +178,8 @@ void LogMessageSinkRecorder::startReplay(const RecordRing& ring, const SocketAdd
         const auto thread = std::make_shared<boost::thread>();
         const auto progress = std::make_shared<ReplayProgress>();
         auto entry = replays_.extract(
-            replays_.insert({boost::thread::id(), {thread, ring.size(), progress}}).first);
+            replays_.insert({boost::thread::id(), {thread, requests_, ring.size(), progress}})
+                .first);
         *thread = boost::thread(LogReplay(ring.snapshot(), target, progress));
         entry.key() = thread->get_id();
         replays_.insert(std::move(entry));
@@ -183,7 +196,7 @@ bool LogMessageSinkRecorder::hasRoomForReplayOf(const RecordRing& ring) const
     std::size_t copied = ring.size();
     for (const auto& entry : replays_)
         copied += entry.second.records;
-    return replays_.size() < maximumReplays && copied <= maximumCopiedRecords;
+    return copied <= copiedRecords_;
 }
 
 void LogMessageSinkRecorder::reapReplays()

@@ -33,21 +33,22 @@ public:
     /// system that promises more than it has would end the whole program instead. A sink that is
     /// added by a datagram has the default capacities.
     static constexpr std::uint64_t maximumCapacity = 1000000;
-    /// Replays that may run at once: whoever can send a datagram must not be able to start threads
-    /// without bound. One more is dropped, which the debugger trace says.
-    static constexpr std::size_t maximumReplays = 16;
-    /// Records that the copies of all running replays may hold together, for the same reason.
+    /// Records that the copies of all running replays may hold together, for the same reason. A
+    /// replay beyond it is dropped, which the debugger trace says. How many replays may run is the
+    /// business of whoever passes the requests on.
     static constexpr std::size_t maximumCopiedRecords = 2 * std::size_t{maximumCapacity};
     static constexpr std::chrono::microseconds reportPeriod = std::chrono::minutes(9);
 
     /// Universal time.
     using Clock = std::function<std::chrono::system_clock::time_point()>;
 
-    /// Capacities in records; 0 means the default. An empty `clock` is the system's. Throws
-    /// LogSvcError "Failed to instantiate log recording queue, not enough memory ".
+    /// Capacities in records; 0 means the default. An empty `clock` is the system's.
+    /// `copiedRecords` is the bound above, for tests. Throws LogSvcError "Failed to instantiate log
+    /// recording queue, not enough memory ".
     explicit LogMessageSinkRecorder(std::uint64_t primaryCapacity = 0,
                                     std::uint64_t secondaryCapacity = 0,
-                                    std::uint32_t containerOperatingMode = 0, Clock clock = {});
+                                    std::uint32_t containerOperatingMode = 0, Clock clock = {},
+                                    std::size_t copiedRecords = maximumCopiedRecords);
     /// Joins the replays. They go on to their end, but without pauses, so that this takes no longer
     /// than their sends.
     ~LogMessageSinkRecorder() override;
@@ -69,6 +70,8 @@ public:
     std::size_t replayCount() const { return replays_.size(); }
     /// Receiving thread. Replays that have not sent their last record yet.
     std::size_t replaysUnderWay() const;
+    /// Receiving thread. Requests of which at least one replay has not sent its last record yet.
+    std::size_t requestsUnderWay() const;
     /// Receiving thread. The replays that the last `replay` started; a replay that was dropped is
     /// not among them.
     const std::vector<std::shared_ptr<const ReplayProgress>>& lastReplays() const
@@ -80,6 +83,7 @@ private:
     struct Replay
     {
         std::shared_ptr<boost::thread> thread;
+        std::uint64_t request; ///< the number of the request that started it
         std::size_t records;
         std::shared_ptr<ReplayProgress> progress;
     };
@@ -93,6 +97,8 @@ private:
     RecordRing secondary_;
     std::map<boost::thread::id, Replay> replays_;
     std::vector<std::shared_ptr<const ReplayProgress>> lastReplays_;
+    std::uint64_t requests_ = 0; ///< so far
+    const std::size_t copiedRecords_;
     Clock clock_;
     std::chrono::system_clock::time_point lastReport_;
 };

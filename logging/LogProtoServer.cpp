@@ -10,6 +10,7 @@
 #include <exception>
 #include <string>
 #include <thread>
+#include <utility>
 
 namespace zuLogging {
 
@@ -23,6 +24,9 @@ constexpr std::chrono::microseconds streamPause(200);
 constexpr std::chrono::microseconds streamGap(500);
 /// More than the socket's receive buffer holds.
 constexpr int maximumLastBatches = 64;
+
+/// Between two questions to the system, each of which costs as much as some messages.
+constexpr std::chrono::milliseconds lossPeriod(50);
 
 constexpr char malformedPacket[] = "Received malformed input packet";
 
@@ -46,10 +50,27 @@ void traceFailure(const char* step, const char* cause) noexcept
     }
 }
 
+/// Of the exception being handled, which may be no std::exception.
+std::string currentFailure() noexcept
+{
+    try {
+        throw;
+    } catch (const std::exception& error) {
+        try {
+            return error.what();
+        } catch (const std::exception&) {
+            return {};
+        }
+    } catch (...) {
+        return "Unknown error";
+    }
+}
+
 } // namespace
 
 template <class Protocol>
-LogProtoServer<Protocol>::LogProtoServer()
+LogProtoServer<Protocol>::LogProtoServer(std::shared_ptr<LogLedger> ledger)
+    : ledger_(ledger ? std::move(ledger) : std::make_shared<LogLedger>())
 {
     if (!socket_.open())
         throw LogSvcError("Failed to create a log server socket");
@@ -120,10 +141,11 @@ void LogProtoServer<Protocol>::run()
             letMoreArrive();
             break;
         case platform::WaitResult::TimedOut:
+            countLosses();
             try {
                 idle();
-            } catch (const std::exception& error) {
-                traceFailure("idle", error.what());
+            } catch (...) {
+                traceFailure("idle", currentFailure().c_str());
             }
             sendAnswers();
             break;
@@ -146,6 +168,7 @@ void LogProtoServer<Protocol>::run()
         if (socket_.receive(buffers_->arrived) != platform::ReceiveResult::Datagram ||
             handleBatch() < batchCapacity)
             break;
+    countLosses();
     callWoken();
 }
 
@@ -168,8 +191,8 @@ void LogProtoServer<Protocol>::callWoken()
 {
     try {
         woken();
-    } catch (const std::exception& error) {
-        traceFailure("woken", error.what());
+    } catch (...) {
+        traceFailure("woken", currentFailure().c_str());
     }
     sendAnswers();
 }
@@ -178,6 +201,12 @@ void LogProtoServer<Protocol>::callWoken()
 template <class Protocol>
 std::size_t LogProtoServer<Protocol>::handleBatch()
 {
+    // First, so that whoever asks for the counts by a datagram is told of those lost before it.
+    const auto now = std::chrono::steady_clock::now();
+    if (now >= nextLookForLosses_) {
+        nextLookForLosses_ = now + lossPeriod;
+        countLosses();
+    }
     const platform::DatagramBatch& batch = buffers_->arrived;
     const std::size_t count = batch.size();
     for (std::size_t i = 0; i < count; ++i)
@@ -223,17 +252,54 @@ void LogProtoServer<Protocol>::handle(const std::uint8_t* datagram, std::size_t 
     std::memcpy(request.bytes(), datagram, std::min(length, maximumPacket));
     sender_ = sender;
     isAnsweredLater_ = false;
+    outcome_.reset();
+    bool isAnswerable = false;
     try {
         dispatch(request, length, acknowledge);
-        if ((request.header().flags & flagNoAcknowledge) != 0 || !sender)
-            return;
-        isAnswerWanted_ = true;
-        if (isAnsweredLater_)
-            return;
-        sendAnswer(acknowledge, *sender);
-    } catch (const std::exception& error) {
-        traceFailure("process_client_cmd", error.what());
+        isAnswerable = true;
+    } catch (...) {
+        traceFailure("process_client_cmd", currentFailure().c_str());
     }
+    // Afterwards, both: what a request is told of the counts balances without itself.
+    ledger_->add(LogCount::Received);
+    ledger_->add(outcome_ ? *outcome_
+                          : (isAnswerable ? outcomeOf(acknowledge) : LogCount::RefusedRequest));
+    if (!isAnswerable || (request.header().flags & flagNoAcknowledge) != 0 || !sender)
+        return;
+    isAnswerWanted_ = true;
+    if (isAnsweredLater_)
+        return;
+    try {
+        sendAnswer(acknowledge, *sender);
+    } catch (...) {
+        traceFailure("process_client_cmd", currentFailure().c_str());
+    }
+}
+
+/// What the answer says of a request, for which nothing else was said.
+template <class Protocol>
+LogCount LogProtoServer<Protocol>::outcomeOf(const Packet& acknowledge) const
+{
+    if (isAnsweredLater_)
+        return LogCount::Requests;
+    switch (static_cast<PacketStatus>(acknowledge.header().status)) {
+    case PacketStatus::Success:
+        return LogCount::Requests;
+    case PacketStatus::BadPacket:
+        return LogCount::RefusedCommand;
+    case PacketStatus::UnsupportedFlags:
+        return LogCount::RefusedFlags;
+    default:
+        return LogCount::RefusedRequest;
+    }
+}
+
+template <class Protocol>
+void LogProtoServer<Protocol>::countLosses()
+{
+    if (const std::optional<std::uint32_t> dropped = socket_.droppedCount())
+        if (const std::uint64_t lost = losses_.lostSince(*dropped); lost > 0)
+            ledger_->add(LogCount::LostInSocket, lost);
 }
 
 template <class Protocol>
@@ -250,14 +316,20 @@ template <class Protocol>
 void LogProtoServer<Protocol>::dispatch(const Packet& request, std::size_t length,
                                         Packet& acknowledge)
 {
-    if (length < packetHeaderSize || length > maximumPacket)
+    if (length < packetHeaderSize || length > maximumPacket) {
+        countAs(LogCount::RefusedSize);
         throw LogSvcError(malformedPacket);
+    }
     const PacketHeader header = request.header();
     if (header.magic != Protocol::magic) {
-        if (!processForeign(request, length, acknowledge))
+        if (!processForeign(request, length, acknowledge)) {
+            countAs(LogCount::RefusedMagic);
             throw LogSvcError(malformedPacket);
+        }
         return;
     }
+    if (length != packetHeaderSize + header.payloadLength)
+        countAs(LogCount::RefusedLength);
     if (header.payloadLength > maximumPayload)
         throw LogSvcError(malformedPacket);
 
@@ -269,14 +341,16 @@ void LogProtoServer<Protocol>::dispatch(const Packet& request, std::size_t lengt
     const bool isAcknowledge = (header.command & commandAcknowledgeBit) != 0;
     const unsigned allowedFlags = isAcknowledge ? 0U : flagNoAcknowledge;
     if ((header.flags & ~allowedFlags) != 0) {
+        countAs(LogCount::RefusedFlags);
         traceLine("Refusing command packet containing unsupported flags");
         acknowledge.setHeader(acknowledgeOf(header, PacketStatus::UnsupportedFlags));
         return;
     }
     try {
         process(request, length, acknowledge);
-    } catch (const std::exception& error) {
-        traceFailure("negative ack generated", error.what());
+    } catch (...) {
+        traceFailure("negative ack generated", currentFailure().c_str());
+        isAnsweredLater_ = false;
         acknowledge.setHeader(acknowledgeOf(header, PacketStatus::Failed));
     }
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "logging/LogLedger.h"
+#include "logging/LossCounter.h"
 #include "logging/Packet.h"
 #include "logging/SocketAddressText.h"
 #include "logging/SocketLibraryGuard.h"
@@ -25,6 +27,10 @@ struct LogMsgProtocol
 /// A UDP server on 127.0.0.1, on a port that the system picks, with one receiving thread of high
 /// priority. It checks packets, hands valid requests to `process` and sends the acknowledges.
 ///
+/// Every datagram is counted in a ledger: as received, and as exactly one of what can become of it
+/// (`countAs`). What the system threw away because the socket's buffer was full is looked up every
+/// 50 milliseconds at most, when nothing arrives, and at the end.
+///
 /// Threads: `process`, `processForeign`, `idle` and `woken` run on the receiving thread, which is
 /// the only one to touch the socket after `start`; the keep-running flag (atomic) and the wake
 /// signal are all that it shares with the threads that call `stop` or `wake`.
@@ -36,8 +42,8 @@ class LogProtoServer
 {
 public:
     /// Opens and binds the socket. Throws LogSvcError "Failed to create a log server socket" or
-    /// "Failed to bind the log server socket".
-    LogProtoServer();
+    /// "Failed to bind the log server socket". Counts in `ledger`; without one, in its own.
+    explicit LogProtoServer(std::shared_ptr<LogLedger> ledger = nullptr);
     virtual ~LogProtoServer();
     LogProtoServer(const LogProtoServer&) = delete;
     LogProtoServer& operator=(const LogProtoServer&) = delete;
@@ -60,8 +66,10 @@ protected:
     /// for each. For one that is not sent more meanwhile than the socket's buffer holds.
     void letStreamsGather() noexcept { letsStreamsGather_ = true; }
 
+    LogLedger& ledger() const { return *ledger_; }
+
     /// Handles one valid request of `length` bytes. Returns with `acknowledge` filled, or throws
-    /// LogSvcError, which is answered with status 3.
+    /// LogSvcError, which is answered with status 3, as every other exception is.
     virtual void process(const Packet& request, std::size_t length, Packet& acknowledge) = 0;
 
     /// Called when nothing arrived for 2 seconds.
@@ -72,6 +80,12 @@ protected:
     /// request says otherwise, sent. False, and every exception: dropped without an answer; false
     /// counts as malformed, which is what the default says.
     virtual bool processForeign(const Packet& request, std::size_t length, Packet& acknowledge);
+
+    /// From within `process` or `processForeign`: what becomes of the datagram being handled; the
+    /// last call holds, also when an exception follows. Without one the answer tells: success, or
+    /// one that comes later, is a request; status 1 an unknown command, status 9 unknown flags, all
+    /// else, an exception too, a request that could not be carried out.
+    void countAs(LogCount outcome) noexcept { outcome_ = outcome; }
 
     /// Any thread: has the receiving thread call `woken` soon.
     void wake() noexcept { wake_.raise(); }
@@ -110,6 +124,8 @@ private:
     void handle(const std::uint8_t* datagram, std::size_t length,
                 const std::optional<SocketAddress>& sender);
     void dispatch(const Packet& request, std::size_t length, Packet& acknowledge);
+    LogCount outcomeOf(const Packet& acknowledge) const;
+    void countLosses();
 
     SocketLibraryGuard guard_;
     boost::thread thread_;
@@ -120,8 +136,13 @@ private:
     std::optional<SocketAddress> sender_; ///< of the request being handled
     bool isAnsweredLater_ = false;        ///< that request
     bool letsStreamsGather_ = false;
-    bool isAnswerWanted_ = false; ///< by one of those handled since the last wait
+    bool isAnswerWanted_ = false;     ///< by one of those handled since the last wait
+    std::optional<LogCount> outcome_; ///< of the request being handled
     std::chrono::steady_clock::time_point lastArrival_; ///< when the last wait ended with some
+
+    const std::shared_ptr<LogLedger> ledger_;
+    LossCounter losses_;
+    std::chrono::steady_clock::time_point nextLookForLosses_;
 };
 
 extern template class LogProtoServer<LogMsgProtocol>;

@@ -24,7 +24,35 @@ constexpr char capacity_[] = "capacity";
 constexpr char secondaryUsed_[] = "secondary_used";
 constexpr char secondaryCapacity_[] = "secondary_capacity";
 constexpr char replays_[] = "replays";
+constexpr char ledger_[] = "ledger";
+constexpr char transfers_[] = "transfers";
+constexpr char limits_[] = "limits";
 constexpr char counterSetKeys_[] = "counter_set_keys";
+
+struct LedgerMember
+{
+    const char* name;
+    LogCount count;
+};
+
+/// Those that a service raises.
+constexpr LedgerMember ledgerMembers[] = {
+    {"received", LogCount::Received},
+    {"lost_in_socket", LogCount::LostInSocket},
+    {"refused_size", LogCount::RefusedSize},
+    {"refused_magic", LogCount::RefusedMagic},
+    {"refused_length", LogCount::RefusedLength},
+    {"refused_flags", LogCount::RefusedFlags},
+    {"refused_command", LogCount::RefusedCommand},
+    {"refused_request", LogCount::RefusedRequest},
+    {"refused_container", LogCount::RefusedContainer},
+    {"requests", LogCount::Requests},
+    {"messages", LogCount::Messages},
+    {"missing_numbers", LogCount::MissingNumbers},
+    {"repeated_numbers", LogCount::RepeatedNumbers},
+    {"unwanted", LogCount::Unwanted},
+    {"sink_failed", LogCount::SinkFailed},
+};
 
 /// A member that is there has to be right.
 template <class Value>
@@ -83,6 +111,19 @@ std::string ServiceStatus::toJson() const
     }
     document.add_child(recorders_, recorderList);
 
+    if (ledger) {
+        PropertyTree tree;
+        for (const LedgerMember& member : ledgerMembers)
+            tree.put(member.name, (*ledger)[member.count]);
+        document.add_child(ledger_, tree);
+    }
+    document.put(transfers_, transfers);
+    PropertyTree limitTree;
+    limitTree.put(sinks_, limits.sinks);
+    limitTree.put(replays_, limits.replays);
+    limitTree.put(transfers_, limits.transfers);
+    document.add_child(limits_, limitTree);
+
     std::string json = writePropertyTree(document, JsonForm::Compact);
     // A service makes this text between two messages: 65,536 keys take a tree a tenth of a second.
     json.pop_back();
@@ -117,6 +158,17 @@ ServiceStatus ServiceStatus::fromJson(std::string_view json)
         read(tree, secondaryCapacity_, value.secondaryCapacity);
         read(tree, replays_, value.replays);
     });
+    if (const auto tree = document.get_child_optional(ledger_)) {
+        status.ledger.emplace();
+        for (const LedgerMember& member : ledgerMembers)
+            read(*tree, member.name, (*status.ledger)[member.count]);
+    }
+    read(document, transfers_, status.transfers);
+    if (const auto tree = document.get_child_optional(limits_)) {
+        read(*tree, sinks_, status.limits.sinks);
+        read(*tree, replays_, status.limits.replays);
+        read(*tree, transfers_, status.limits.transfers);
+    }
     readList(document, counterSetKeys_, status.counterSetKeys,
              [](const PropertyTree& tree, std::uint64_t& key) {
                  key = tree.get_value<std::uint64_t>();

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "logging/LogLedger.h"
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -26,7 +28,15 @@ struct ServiceStatus
         std::uint64_t capacity = 0;
         std::uint64_t secondaryUsed = 0;
         std::uint64_t secondaryCapacity = 0;
-        std::uint64_t replays = 0; ///< under way
+        std::uint64_t replays = 0; ///< requests for a replay under way
+    };
+
+    /// What the service allows at once.
+    struct Limits
+    {
+        std::uint64_t sinks = 0;
+        std::uint64_t replays = 0;
+        std::uint64_t transfers = 0;
     };
 
     std::string version; ///< of the service
@@ -37,6 +47,11 @@ struct ServiceStatus
     std::uint64_t forwarded = 0; ///< sent to forwarders, those that have been removed included
     std::vector<Sink> sinks;     ///< in the order of the service, without recorders
     std::vector<Recorder> recorders;
+    /// What became of datagrams: the counts of the server, of senders' numbers and of the listener,
+    /// without the request that asked. Nothing from a service that does not tell.
+    std::optional<LogCounts> ledger;
+    std::uint64_t transfers = 0; ///< transfer buffers held
+    Limits limits;
     std::vector<std::uint64_t> counterSetKeys; ///< reported to the service, ascending
 
     /// As a JSON text.

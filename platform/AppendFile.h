@@ -7,8 +7,9 @@
 namespace zuLogging::platform {
 
 /// A regular file to whose end text is written, or one that is written anew. It is never opened
-/// through a symbolic link in its own name, and a pipe or a device in its place is refused without
-/// waiting for it.
+/// through a symbolic link in its own name; a pipe or a device in its place is refused without
+/// waiting for it, and so is a file that has more than one name. A new one may be read by its group
+/// and by nobody else.
 class AppendFile
 {
 public:

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 namespace zuLogging::platform {
 
 /// Asks the memory manager to put freed pieces back to the free memory one by one. Left to itself
@@ -8,5 +10,9 @@ namespace zuLogging::platform {
 /// and when the receiving thread makes it, messages are lost. To be called before other threads are
 /// started.
 void avoidAllocationStalls();
+
+/// Bytes that the system can still give to programs without taking memory away from others; the
+/// largest number when it does not say. Any thread.
+std::uint64_t availableMemory();
 
 } // namespace zuLogging::platform

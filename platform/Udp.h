@@ -132,6 +132,11 @@ public:
     /// order of arrival: one system call instead of one each. WouldBlock: none had arrived.
     ReceiveResult receive(DatagramBatch& batch);
 
+    /// How many datagrams the system has thrown away because this socket's buffer was full, since
+    /// it was opened; goes on at 0 behind 2^32 - 1. Nothing where the system does not tell. A
+    /// system call of its own.
+    std::optional<std::uint32_t> droppedCount() const;
+
     /// True when the system took the whole datagram.
     bool send(const void* data, std::size_t length, const SocketAddress& destination);
 

@@ -1,12 +1,14 @@
 #!/usr/bin/env bash
-# Installs those of the named groups' packages that are missing: build, test, bench, peers,
+# Installs those of the named groups' packages that are missing: build, test, fuzz, bench, peers,
 # virtual-display.
 # Asks for no rights when everything is there already.
 set -euo pipefail
 
 build=(build-essential cmake ninja-build qtbase5-dev libboost-dev libboost-thread-dev
        libboost-date-time-dev libboost-program-options-dev libjemalloc-dev)
-test=(libgtest-dev libbenchmark-dev fonts-dejavu-core xvfb xdotool systemd groff-base)
+test=(libgtest-dev libbenchmark-dev fonts-dejavu-core xvfb xdotool systemd groff-base
+      libspdlog-dev pkg-config)
+fuzz=(clang libclang-rt-14-dev)
 # What bench.sh needs, and what its figures stand beside where it is there.
 bench=(libbenchmark-dev libx11-dev fonts-dejavu-core xvfb xdotool jq)
 peers=(lnav glogg xvfb xdotool)
@@ -17,6 +19,7 @@ for group in "$@"; do
     case "$group" in
         build) wanted+=("${build[@]}") ;;
         test) wanted+=("${test[@]}") ;;
+        fuzz) wanted+=("${fuzz[@]}") ;;
         bench) wanted+=("${bench[@]}") ;;
         peers) wanted+=("${peers[@]}") ;;
         virtual-display) wanted+=("${virtual_display[@]}") ;;

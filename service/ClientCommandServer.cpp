@@ -122,6 +122,24 @@ bool ClientCommandServer::answer(const Packet& request, std::size_t length, Pack
     }
 }
 
+bool ClientCommandServer::knows(std::uint16_t command)
+{
+    switch (static_cast<LogClientCommand>(command)) {
+    case LogClientCommand::ReadPiece:
+    case LogClientCommand::WritePiece:
+    case LogClientCommand::CreateBuffer:
+    case LogClientCommand::ReleaseBuffer:
+    case LogClientCommand::QueryBufferSize:
+    case LogClientCommand::GetConfiguration:
+    case LogClientCommand::SetConfiguration:
+    case LogClientCommand::GetModules:
+    case LogClientCommand::ReportCounterSetKeys:
+    case LogClientCommand::GetServiceStatus:
+        return true;
+    }
+    return false;
+}
+
 bool ClientCommandServer::process(const Packet& request, Packet& acknowledge)
 {
     const PacketHeader header = request.header();

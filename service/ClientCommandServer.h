@@ -50,6 +50,12 @@ public:
     /// answer is wanted is the caller's business.
     bool answer(const Packet& request, std::size_t length, Packet& acknowledge);
 
+    /// Whether there is such a command.
+    static bool knows(std::uint16_t command);
+
+    /// Transfer buffers that are held.
+    std::size_t transferCount() const { return buffers_.count(); }
+
     /// Called now and then: releases buffers that nobody uses any more.
     void idle() { buffers_.releaseUnused(); }
 

@@ -2,14 +2,12 @@
 
 #include "logging/LogMessageSinkForwarder.h"
 #include "logging/LogMessageSinkRecorder.h"
-#include "logging/LogMessageSinkTrace.h"
 #include "logging/LogSvcError.h"
 #include "platform/Desktop.h"
 #include "platform/Process.h"
 #include "platform/Trace.h"
 #include "service/ServiceFiles.h"
 #include "service/SinkNames.h"
-#include "service/UnlimitedTrace.h"
 
 #include <QString>
 
@@ -34,8 +32,9 @@ bool isSame(const PacketHeader& a, const PacketHeader& b)
 
 } // namespace
 
-LogService::LogService(SinkList sinks, const std::string& folder, TransferBuffers::Clock clock)
-    : LogMessageListener({})
+LogService::LogService(SinkList sinks, const std::string& folder, TransferBuffers::Clock clock,
+                       std::shared_ptr<LogLedger> ledger)
+    : LogMessageListener({}, 0, ListenerLimits::careful(), std::move(ledger))
     , clientCommands_(*this, clock)
     , decisions_([this](std::u16string_view module) {
         if (modules_.note(module))
@@ -80,8 +79,15 @@ bool LogService::processForeign(const Packet& request, std::size_t length, Packe
     takeFinishedUploads();
     if (request.header().magic != magicLogClient)
         return LogMessageListener::processForeign(request, length, acknowledge);
+    // Of the two refusals that have the same status.
+    const bool isWholePacket = length == packetHeaderSize + request.header().payloadLength;
+    if (!isWholePacket)
+        countAs(LogCount::RefusedLength);
     if (!clientCommands_.answer(request, length, acknowledge))
         answerLater();
+    else if (isWholePacket && ClientCommandServer::knows(request.header().command) &&
+             acknowledge.header().status == static_cast<std::uint16_t>(PacketStatus::BadPacket))
+        countAs(LogCount::RefusedRequest);
     return true;
 }
 
@@ -105,27 +111,13 @@ bool LogService::isWanted(const LogMessageContainerView& container)
         messagesSinceSweep_ = 0;
         clientCommands_.idle();
     }
-    ++taken_;
     const std::optional<LoggingDecision> decision = decisions_.decide(container);
-    if (!decision) {
-        ++dropped_;
+    if (!decision)
         return false;
-    }
     if (decision->destination == LoggingDecision::Destination::File &&
         decision->file != LoggingDecision::noFile)
         files_.write(decisions_.rules().files()[decision->file], container);
     return true;
-}
-
-void LogService::deliverTo(LogMessageSink& sink, const LogMessageContainerView& container,
-                           bool secondary)
-{
-    if (dynamic_cast<const LogMessageSinkTrace*>(&sink) == nullptr) {
-        LogMessageListener::deliverTo(sink, container, secondary);
-        return;
-    }
-    const UnlimitedTrace unlimited;
-    LogMessageListener::deliverTo(sink, container, secondary);
 }
 
 void LogService::replay(LogMessageCommand command, const ReplayRequest& request,
@@ -176,15 +168,19 @@ ServiceStatus LogService::currentStatus() const
     status.processId = platform::currentProcessId();
     status.uptime =
         static_cast<std::uint64_t>(duration_cast<milliseconds>(clock_() - started_).count());
-    status.taken = taken_;
-    status.dropped = dropped_;
+    status.ledger = ledger().counts();
+    status.taken = (*status.ledger)[LogCount::Messages];
+    status.dropped = (*status.ledger)[LogCount::Unwanted];
+    status.transfers = clientCommands_.transferCount();
+    status.limits = {ListenerLimits::careful().sinks, ListenerLimits::careful().replays,
+                     TransferBuffers::maximumCount};
     status.forwarded = forwardedByRemoved_;
     for (const std::shared_ptr<LogMessageSink>& sink : sinks()) {
         if (const auto* recorder = dynamic_cast<const LogMessageSinkRecorder*>(sink.get())) {
             const RecordRing& primary = recorder->primaryRing();
             const RecordRing& secondary = recorder->secondaryRing();
             status.recorders.push_back({primary.size(), primary.capacity(), secondary.size(),
-                                        secondary.capacity(), recorder->replaysUnderWay()});
+                                        secondary.capacity(), recorder->requestsUnderWay()});
             continue;
         }
         const std::optional<SinkType> type = sinkTypeOf(*sink);

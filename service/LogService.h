@@ -13,6 +13,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -26,6 +27,10 @@ namespace zuLogging {
 ///
 /// Each recorded message goes once to whoever subscribes with a replay: what he asks for again
 /// while that replay is under way, or less than two seconds after it, is acknowledged and not sent.
+///
+/// A command of the log client protocol counts as those of its own protocol do: what was answered
+/// with success is a request, the rest is refused by its reason. A new configuration is a request
+/// as soon as its check begins, whatever the result.
 ///
 /// Serves from its construction to its destruction. The base class tells where (`boundAddress`);
 /// telling other programs is the business of whoever runs the service.
@@ -42,10 +47,11 @@ public:
 
     /// `sinks` get the messages, in their order, before those that requests add. `folder` is where
     /// configuration, list of modules and log files are kept; when it is empty, the first two are
-    /// in memory only and there are no log files. Throws LogSvcError when there is no socket to be
-    /// had.
+    /// in memory only and there are no log files. What becomes of datagrams is counted in `ledger`;
+    /// without one, in the service's own. Throws LogSvcError when there is no socket to be had.
     explicit LogService(SinkList sinks = {}, const std::string& folder = {},
-                        TransferBuffers::Clock clock = &std::chrono::steady_clock::now);
+                        TransferBuffers::Clock clock = &std::chrono::steady_clock::now,
+                        std::shared_ptr<LogLedger> ledger = nullptr);
     ~LogService() override;
 
 protected:
@@ -54,8 +60,6 @@ protected:
     void woken() override;
     bool assignsServiceIds() const override { return true; }
     bool isWanted(const LogMessageContainerView& container) override;
-    void deliverTo(LogMessageSink& sink, const LogMessageContainerView& container,
-                   bool secondary) override;
     void replay(LogMessageCommand command, const ReplayRequest& request,
                 std::string_view addressText) override;
     void removing(const LogMessageSink& sink) override;
@@ -96,8 +100,6 @@ private:
     unsigned messagesSinceSweep_ = 0;
     ReplayGuard replayGuard_;
     CounterSetKeys counterSetKeys_;
-    std::uint64_t taken_ = 0;
-    std::uint64_t dropped_ = 0;
     std::uint64_t forwardedByRemoved_ = 0; ///< by forwarders that are not in the list any more
 
     TransferBuffers::Clock clock_;

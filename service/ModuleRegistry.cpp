@@ -31,12 +31,17 @@ bool isName(std::string_view text)
 ModuleRegistry::ModuleRegistry(std::string path)
     : path_(std::move(path))
 {
-    if (path_.empty())
-        return;
-    const platform::StoredFile file = platform::readStoredFile(path_, maximumFileSize);
+    isRead_ = path_.empty() || read();
+    isChanged_ = false;
+}
+
+bool ModuleRegistry::read()
+{
+    const platform::StoredFile file =
+        platform::readStoredFile(path_, maximumFileSize, platform::LinkInPlace::Refuse);
     if (file.status == platform::StoredFile::Status::Failed) {
         platform::trace("Failed to read the list of modules '" + path_ + "': " + file.error + "\n");
-        return;
+        return false;
     }
     const std::string_view text = file.bytes;
     for (std::size_t start = 0; start < text.size();) {
@@ -45,7 +50,7 @@ ModuleRegistry::ModuleRegistry(std::string path)
         add(QString::fromUtf8(text.data() + start, static_cast<int>(end - start)).toStdString());
         start = end + 1;
     }
-    isChanged_ = false;
+    return true;
 }
 
 bool ModuleRegistry::note(std::u16string_view name)
@@ -96,8 +101,16 @@ void ModuleRegistry::save()
     std::string text;
     {
         const std::lock_guard<std::mutex> lock(mutex_);
-        if (!std::exchange(isChanged_, false))
+        if (!isChanged_)
             return;
+    }
+    // Written now, the list would lose the names that could not be read.
+    isRead_ = isRead_ || read();
+    if (!isRead_)
+        return;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        isChanged_ = false;
         for (const std::string& name : names_)
             text.append(name).push_back('\n');
     }

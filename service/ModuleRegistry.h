@@ -27,7 +27,7 @@ public:
     static constexpr std::size_t maximumConfiguredCount = 32768;
 
     /// An empty `path`: nothing is kept. A file that cannot be read is reported to the debugger
-    /// trace.
+    /// trace, and stays as it is until it can.
     explicit ModuleRegistry(std::string path = {});
 
     /// True if the name was not known and is remembered now.
@@ -42,6 +42,8 @@ public:
     void save();
 
 private:
+    /// False, which is said, when the file is there and cannot be read.
+    bool read();
     bool add(std::string name);
 
     const std::string path_;
@@ -50,6 +52,7 @@ private:
     bool isChanged_ = false;
     bool isFullSaid_ = false;
     std::mutex fileMutex_; ///< one writer of the file at a time
+    bool isRead_ = false;  ///< what the file held is among the names; guarded by fileMutex_
 };
 
 } // namespace zuLogging

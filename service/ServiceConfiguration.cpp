@@ -22,7 +22,8 @@ ServiceConfiguration::ServiceConfiguration(std::string path)
 {
     if (path_.empty())
         return;
-    const platform::StoredFile file = platform::readStoredFile(path_, maximumSize);
+    const platform::StoredFile file =
+        platform::readStoredFile(path_, maximumSize, platform::LinkInPlace::Refuse);
     if (file.status == platform::StoredFile::Status::Missing)
         return;
     try {

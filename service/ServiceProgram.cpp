@@ -1,6 +1,7 @@
 #include "service/ServiceProgram.h"
 
 #include "logging/ConnectionInfo.h"
+#include "logging/LimitedTrace.h"
 #include "logging/LogSvcError.h"
 #include "logging/SocketAddressText.h"
 #include "platform/Desktop.h"
@@ -8,7 +9,6 @@
 #include "platform/SharedMemory.h"
 #include "platform/StoredFile.h"
 #include "platform/Trace.h"
-#include "service/LimitedTrace.h"
 #include "service/LogService.h"
 #include "service/ServiceFiles.h"
 #include "service/ServicePidFile.h"

@@ -1,6 +1,6 @@
 #include "service/StartupSinks.h"
 
-#include "logging/LogMessageListener.h"
+#include "logging/ListenerLimits.h"
 #include "logging/LogSvcError.h"
 #include "platform/Trace.h"
 
@@ -31,17 +31,15 @@ void addTo(SinkList& sinks, const StartupSink& wanted)
         throw LogSvcError(wanted.error);
     const auto typeCode = static_cast<std::uint32_t>(wanted.type);
     const std::type_index identity = sinkTypeIdentity(typeCode);
-    std::size_t sameClass = 0;
     for (const std::shared_ptr<LogMessageSink>& sink : sinks) {
         const LogMessageSink& other = *sink;
         if (identity != typeid(other))
             continue;
         if (other.matches(wanted.description.argumentText))
             throw LogSvcError("there is one already");
-        ++sameClass;
     }
-    if (sameClass >= LogMessageListener::maximumSinksOfOneClass)
-        throw LogSvcError("there are " + std::to_string(sameClass) + " of this type already");
+    if (sinks.size() >= ListenerLimits::careful().sinks)
+        throw LogSvcError("there are " + std::to_string(sinks.size()) + " sinks already");
     sinks.push_back(makeSink(typeCode, wanted.description));
 }
 

@@ -15,8 +15,14 @@ void GUISink::consume(const LogMessageContainerView& container)
         decoded_.assign(container);
         container_->addMessage(decoded_);
     } catch (...) {
-        // A message that cannot be read is lost without a word; the thread goes on with the next.
+        // A message that cannot be read is counted only; the thread goes on with the next.
+        container_->ledger()->add(LogCount::Unreadable);
     }
+}
+
+void GUISink::consumeSecondary(const LogMessageContainerView& /*container*/)
+{
+    container_->ledger()->add(LogCount::Ignored);
 }
 
 } // namespace zuLogging

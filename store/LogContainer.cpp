@@ -77,7 +77,7 @@ void LogContainer::setModels(LogTableModel* full, LogTableModel* filtered)
 std::shared_ptr<LogMessageListener> LogContainer::makeListener(bool replay)
 {
     return std::make_shared<LogMessageSecondaryListener>(SinkList{std::make_shared<GUISink>(this)},
-                                                         replay);
+                                                         replay, ledger_);
 }
 
 bool LogContainer::startLogging(bool replay)
@@ -206,8 +206,10 @@ void LogContainer::wakeWorkers()
 
 void LogContainer::addMessage(const DecodedMessage& fields)
 {
-    if (!active_)
+    if (!active_) {
+        ledger_->add(LogCount::NotActive);
         return;
+    }
     auto message = std::make_shared<LogMessage>(
         fields.serviceMsgId, fields.sourceMsgId, fields.senderMsgId, fields.timestamp,
         fields.logLevel, fields.logPos, fields.module, fields.groupName, fields.logMessage,
@@ -229,6 +231,9 @@ void LogContainer::addMessage(const DecodedMessage& fields)
                                     static_cast<std::size_t>(std::max<std::int64_t>(bound / 4, 1)),
                                     1, wakeLevel);
     }
+    ledger_->add(LogCount::Queued);
+    if (dropped)
+        ledger_->add(LogCount::DroppedFromQueue);
     if (wake)
         queueFilled_.notifyOne();
 }
@@ -304,34 +309,44 @@ void LogContainer::moveMessages()
     if (queued == 0)
         return;
     const int limit = maximumMessages_;
-    const int rows = fullModel_ ? fullModel_->rowCount() : 0;
+    const int rows = fullModel_ ? fullModel_->messageCount() : 0;
     if (rows < limit) {
         fillUp(static_cast<int>(std::min<std::int64_t>({queued, limit - rows, fillBound})));
     } else {
         exchange(
-            static_cast<int>(std::min<std::int64_t>({queued, exchangeBound, std::max(1, limit)})));
+            static_cast<int>(std::min<std::int64_t>({queued, exchangeBound, std::max(1, limit)})),
+            rows);
     }
 }
 
 void LogContainer::fillUp(int room)
 {
     const Messages messages = takeMessages(room);
-    movedMessages_ += messages.size();
     if (fullModel_)
         fullModel_->addMessages(messages);
+    else
+        ledger_->add(LogCount::Cleared, messages.size()); // the window is gone
     if (filtering_ && filteredModel_)
-        filteredModel_->addMessages(passing(messages));
+        filteredModel_->addMessages(passingAndCounted(messages));
+    ledger_->add(LogCount::Moved, messages.size());
 }
 
-void LogContainer::exchange(int count)
+void LogContainer::exchange(int count, int rows)
 {
     const Messages messages = takeMessages(count);
-    movedMessages_ += messages.size();
+    if (messages.empty())
+        return;
     std::vector<int> removed(messages.size(), 0);
-    if (fullModel_)
+    if (fullModel_) {
         removed = fullModel_->replaceOldest(messages);
+        // Where there was no row, the first one had none to make room for it.
+        ledger_->add(LogCount::RemovedAtLimit, messages.size() - (rows == 0 ? 1 : 0));
+    } else {
+        ledger_->add(LogCount::Cleared, messages.size());
+    }
     if (filtering_ && filteredModel_)
-        filteredModel_->replaceByIdentifiers(removed, passing(messages));
+        filteredModel_->replaceByIdentifiers(removed, passingAndCounted(messages));
+    ledger_->add(LogCount::Moved, messages.size());
 }
 
 LogContainer::Messages LogContainer::passing(const Messages& messages) const
@@ -341,6 +356,16 @@ LogContainer::Messages LogContainer::passing(const Messages& messages) const
         if (preparedFilter_.passes(*messages[i]))
             passed[i] = messages[i];
     }
+    return passed;
+}
+
+LogContainer::Messages LogContainer::passingAndCounted(const Messages& messages)
+{
+    Messages passed = passing(messages);
+    const auto failed =
+        static_cast<std::uint64_t>(std::count(passed.begin(), passed.end(), nullptr));
+    ledger_->add(LogCount::PassedFilter, passed.size() - failed);
+    ledger_->add(LogCount::FailedFilter, failed);
     return passed;
 }
 
@@ -402,7 +427,7 @@ void LogContainer::refilter()
 void LogContainer::fillFilteredModel()
 {
     filteredModel_->clearRows();
-    const int count = fullModel_->rowCount();
+    const int count = fullModel_->messageCount();
     for (int row = 0; row < count; row += fillBound)
         filteredModel_->addMessages(passing(fullModel_->messagesFrom(row, fillBound)));
 }
@@ -410,8 +435,11 @@ void LogContainer::fillFilteredModel()
 void LogContainer::truncateTo(int count)
 {
     const FilterGuard guard(filterLock_);
-    if (fullModel_)
-        fullModel_->removeOldest(fullModel_->rowCount() - std::max(count, 0));
+    const int surplus = fullModel_ ? fullModel_->messageCount() - std::max(count, 0) : 0;
+    if (surplus <= 0)
+        return;
+    fullModel_->removeOldest(surplus);
+    ledger_->add(LogCount::Cleared, static_cast<std::uint64_t>(surplus));
 }
 
 void LogContainer::clearModels()
@@ -419,7 +447,7 @@ void LogContainer::clearModels()
     const auto clear = [this] {
         const FilterGuard guard(filterLock_);
         if (fullModel_)
-            fullModel_->clearRows();
+            ledger_->add(LogCount::Cleared, fullModel_->clearRows());
         if (filteredModel_)
             filteredModel_->clearRows();
     };
@@ -440,7 +468,7 @@ void LogContainer::setShowFiltered(bool show)
     showFiltered_ = show;
     if (!filteredModel_)
         return;
-    if (filteredModel_->rowCount() == 0)
+    if (filteredModel_->messageCount() == 0)
         refilter();
     if (!fullModel_)
         return;

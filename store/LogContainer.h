@@ -1,6 +1,7 @@
 #pragma once
 
 #include "logging/DecodedMessage.h"
+#include "logging/LogLedger.h"
 #include "logging/LogMessage.h"
 #include "logging/LogMessageListener.h"
 #include "platform/PriorityMutex.h"
@@ -38,6 +39,9 @@ class LogTableModel;
 /// The worker takes what the queue holds, up to a bound, in one step. At the limit a step lets as
 /// many of the oldest go as it adds, under one hold of each model's lock, so that a reader never
 /// meets more or fewer rows than the limit.
+///
+/// What becomes of messages from the window's sink on is counted in the store's ledger, which its
+/// listeners count in too.
 ///
 /// The display state (show filtered, highlight, search, time display) is written on the GUI thread
 /// and read there by the models.
@@ -81,12 +85,15 @@ public:
     /// A waiting worker is not woken for each message (it looks every 100 ms), only when many are
     /// queued.
     void addMessage(const DecodedMessage& fields);
-    /// The oldest queued record; empty if there is none. Any thread.
+    /// The oldest queued record; empty if there is none. It is the caller's: not counted as moved.
+    /// Any thread.
     std::shared_ptr<LogMessage> takeMessage();
     /// Any thread.
     std::size_t queueSize() const;
     /// Records moved from the queue to the full model since the store was made. Any thread.
-    std::uint64_t movedMessages() const { return movedMessages_; }
+    std::uint64_t movedMessages() const { return ledger_->count(LogCount::Moved); }
+    /// The counts of all runs of this store; never null, the same for its whole life. Any thread.
+    const std::shared_ptr<LogLedger>& ledger() const { return ledger_; }
 
     int maximumMessages() const { return maximumMessages_; }
     void setMaximumMessages(int count) { maximumMessages_ = count; }
@@ -149,11 +156,13 @@ private:
     void waitForMessages();
     void moveMessages();
     void fillUp(int room);
-    void exchange(int count);
+    void exchange(int count, int rows);
     Messages takeMessages(int count);
     Messages passing(const Messages& messages) const;
+    Messages passingAndCounted(const Messages& messages);
     void fillFilteredModel();
 
+    const std::shared_ptr<LogLedger> ledger_ = std::make_shared<LogLedger>();
     std::shared_ptr<LogMessageListener> listener_; ///< under runLock_
     std::list<Worker> workers_;                    ///< under runLock_; joined before they leave it
     std::atomic<int> releasing_{0}; ///< listeners on their way out: they may still hand over
@@ -169,7 +178,6 @@ private:
     int waitingWorkers_ = 0;                        ///< under queueLock_
     std::deque<std::shared_ptr<LogMessage>> queue_; ///< oldest first; under queueLock_
     QString errorText_;
-    std::atomic<std::uint64_t> movedMessages_{0};
     std::atomic<int> maximumMessages_{100000};
     MessageFilter filter_; ///< this and the next: written by the GUI thread under filterLock_
     PreparedFilter preparedFilter_{filter_};

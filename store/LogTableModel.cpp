@@ -2,7 +2,10 @@
 
 #include "logging/JsonLogReader.h"
 #include "logging/JsonLogWriter.h"
+#include "logging/LogFileReader.h"
 #include "logging/LogMessageMatcher.h"
+#include "platform/Prefetch.h"
+#include "platform/SavedFile.h"
 #include "store/IdentifierList.h"
 #include "store/LogContainer.h"
 #include "store/LogField.h"
@@ -12,7 +15,6 @@
 #include <QColor>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 
 #include <boost/thread/lock_guard.hpp>
 
@@ -20,6 +22,7 @@
 #include <array>
 #include <deque>
 #include <iterator>
+#include <limits>
 #include <new>
 #include <utility>
 
@@ -131,8 +134,13 @@ struct LogTableModel::Rows
     int sortColumn = 0;
     QList<int> references{0}; ///< stored rows, ascending
     bool userReferenceSet = false;
-    RowShifts shifts; ///< what happened since the last announcement
+    RowShifts shifts; ///< what happened since the last announcement, by stored row
+    int maximumShown = std::numeric_limits<int>::max();
+    int announcedHidden = 0; ///< the views' row numbers begin behind so many
 
+    /// Rows that are not shown; they come first in the order in which rows are displayed.
+    int hidden() const { return std::max(count() - maximumShown, 0); }
+    int shown() const { return count() - hidden(); }
     int count() const { return static_cast<int>(messages.size()); }
     const LogMessage* at(int row) const
     {
@@ -140,22 +148,24 @@ struct LogTableModel::Rows
     }
     int stored(int displayedRow) const
     {
-        return sortIndex.isEmpty() ? displayedRow : sortIndex.indexAt(displayedRow);
+        const int position = displayedRow + hidden();
+        return sortIndex.isEmpty() ? position : sortIndex.indexAt(position);
     }
     std::shared_ptr<LogMessage> sharedAt(int row) const
     {
         return at(row) ? messages[static_cast<std::size_t>(row)] : nullptr;
     }
-    /// Where the message that was in `row` is now that older ones may have left; -1 if it has left
-    /// too. A sorted table shows others in the place of those that leave: there rows stay.
-    int movedRow(int row, const std::shared_ptr<LogMessage>& message) const
+    /// Where the message that was in the displayed `row`, with `hiddenThen` rows in front of those
+    /// shown, is displayed now that older ones may have left; negative if it is not shown any more.
+    /// A sorted table shows others in the place of those that leave: there rows stay.
+    int movedRow(int row, int hiddenThen, const std::shared_ptr<LogMessage>& message) const
     {
         if (!message || !sortIndex.isEmpty())
             return row;
-        row = std::min(row, count() - 1);
+        row = std::min(row + hiddenThen, count() - 1);
         while (row >= 0 && messages[static_cast<std::size_t>(row)] != message)
             --row;
-        return row;
+        return row - hidden();
     }
 };
 
@@ -175,7 +185,7 @@ QModelIndex LogTableModel::index(int row, int column, const QModelIndex& parent)
     if (row < 0 || column < 0 || parent.isValid())
         return {};
     const Lock lock(lock_);
-    if (row >= rows_->count() || column >= rows_->columns.size())
+    if (row >= rows_->shown() || column >= rows_->columns.size())
         return {};
     return createIndex(row, column, static_cast<quintptr>(row));
 }
@@ -185,7 +195,33 @@ int LogTableModel::rowCount(const QModelIndex& parent) const
     if (parent.isValid())
         return 0;
     const Lock lock(lock_);
+    return rows_->shown();
+}
+
+int LogTableModel::messageCount() const
+{
+    const Lock lock(lock_);
     return rows_->count();
+}
+
+int LogTableModel::hiddenRows() const
+{
+    const Lock lock(lock_);
+    return rows_->hidden();
+}
+
+int LogTableModel::maximumShownRows() const
+{
+    const Lock lock(lock_);
+    return rows_->maximumShown;
+}
+
+void LogTableModel::setMaximumShownRows(int count)
+{
+    reset([this, count] {
+        const Lock lock(lock_);
+        rows_->maximumShown = std::max(count, 1);
+    });
 }
 
 int LogTableModel::columnCount(const QModelIndex& parent) const
@@ -224,7 +260,7 @@ QVariant LogTableModel::headerData(int section, Qt::Orientation orientation, int
     if (orientation == Qt::Horizontal) {
         if (section < rows_->columns.size())
             return logFieldName(rows_->columns.at(section));
-    } else if (section < rows_->count()) {
+    } else if (section < rows_->shown()) {
         return section + 1;
     }
     return {};
@@ -411,10 +447,15 @@ void LogTableModel::reset(const std::function<void()>& change)
 {
     beginResetModel();
     change();
+    {
+        const Lock lock(lock_);
+        rows_->shifts.clear(); // nobody holds on to a row
+        rows_->announcedHidden = rows_->hidden();
+    }
     endResetModel();
 }
 
-void LogTableModel::clearRows()
+std::size_t LogTableModel::clearRows()
 {
     std::deque<std::shared_ptr<LogMessage>> removed; // freed after the lock
     const Lock lock(lock_);
@@ -423,6 +464,7 @@ void LogTableModel::clearRows()
     rows_->sortIndex.clear();
     rows_->sortColumn = -1;
     rows_->shifts.clear();
+    return removed.size();
 }
 
 // --- Rows looked up
@@ -671,6 +713,7 @@ QModelIndex LogTableModel::findNext(const QModelIndex& start, const QString& tex
     int row = start.row();
     int column = start.column();
     int startRow = start.row();
+    int hidden = 0;
     std::shared_ptr<LogMessage> message; // of the row, while the lock is the worker's
     std::shared_ptr<LogMessage> startMessage;
     // Rows that leave or come meanwhile could keep the start cell from being met again: the number
@@ -678,9 +721,10 @@ QModelIndex LogTableModel::findNext(const QModelIndex& start, const QString& tex
     std::int64_t left = -1;
     for (;;) {
         const Lock lock(lock_);
-        row = rows_->movedRow(row, message);
-        startRow = rows_->movedRow(startRow, startMessage);
-        const int rowsNow = rows_->count();
+        row = rows_->movedRow(row, hidden, message);
+        startRow = rows_->movedRow(startRow, hidden, startMessage);
+        hidden = rows_->hidden();
+        const int rowsNow = rows_->shown();
         const int columns = rows_->columns.size();
         if (rowsNow == 0 || columns == 0)
             return {};
@@ -723,8 +767,8 @@ QModelIndex LogTableModel::findNext(const QModelIndex& start, const QString& tex
             if (shownContains(shown, storedRow, rows_->columns.at(column), wanted))
                 return createIndex(row, column, static_cast<quintptr>(row));
         }
-        message = rows_->sharedAt(row);
-        startMessage = rows_->sharedAt(startRow);
+        message = rows_->sharedAt(row + hidden);
+        startMessage = rows_->sharedAt(startRow + hidden);
     }
 }
 
@@ -765,9 +809,11 @@ void LogTableModel::sort(int column, Qt::SortOrder order)
         std::vector<int> held;
         held.reserve(static_cast<std::size_t>(before.size()));
         for (const QModelIndex& index : before)
-            held.push_back(rows_->sortIndex.isEmpty() ? rows_->shifts.newRow(index.row())
-                                                      : rows_->sortIndex.indexAt(index.row()));
+            held.push_back(rows_->sortIndex.isEmpty()
+                               ? rows_->shifts.newRow(index.row() + rows_->announcedHidden)
+                               : rows_->stored(index.row()));
         rows_->shifts.clear();
+        rows_->announcedHidden = rows_->hidden();
 
         if (rows_->sortIndex.isEmpty() || column != rows_->sortColumn)
             buildSortIndex(fieldAt(column));
@@ -791,8 +837,9 @@ void LogTableModel::sort(int column, Qt::SortOrder order)
             int row = held[static_cast<std::size_t>(i)];
             if (row < 0 || row >= count)
                 row = -1;
-            else if (!displayed.empty())
-                row = displayed[static_cast<std::size_t>(row)];
+            else
+                row = (displayed.empty() ? row : displayed[static_cast<std::size_t>(row)]) -
+                      rows_->hidden();
             after.append(row < 0
                              ? QModelIndex()
                              : createIndex(row, before.at(i).column(), static_cast<quintptr>(row)));
@@ -832,6 +879,9 @@ void LogTableModel::addTextKeys(int field)
     const auto& messages = rows_->messages;
     for (std::size_t first = 0; first < messages.size(); first += block) {
         const std::size_t count = std::min(block, messages.size() - first);
+        const std::size_t ahead = std::min(first + 2 * block, messages.size());
+        for (std::size_t i = first + count; i < ahead; ++i)
+            platform::prefetch(messages[i].get());
         for (std::size_t i = 0; i < count; ++i)
             texts[i] = textOf(*messages[first + i], field);
         for (std::size_t i = 0; i < count; ++i)
@@ -862,7 +912,7 @@ void LogTableModel::addReference(int displayedRow)
         return;
     rows_->references.append(row);
     if (!rows_->userReferenceSet) {
-        removeReferenceLocked(0);
+        removeReferenceLocked(-rows_->hidden());
         rows_->userReferenceSet = true;
     }
     std::sort(rows_->references.begin(), rows_->references.end());
@@ -960,10 +1010,10 @@ void LogTableModel::setColumns(const QList<int>& fields)
 
 bool LogTableModel::saveToJson(const QString& path) const
 {
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Text))
+    platform::SavedFile file(path);
+    if (!file.open())
         return false;
-    JsonLogWriter writer(file);
+    JsonLogWriter writer(file.device());
     constexpr int atOnce = 1000; // the worker may add rows in between
     for (int row = 0; !writer.failed(); row += atOnce) {
         const auto messages = messagesFrom(row, atOnce);
@@ -985,33 +1035,67 @@ bool LogTableModel::loadFromJson(const QString& path)
         std::vector<std::shared_ptr<LogMessage>> messages;
         if (!readJsonLog(file, messages))
             return false;
-        addMessages(messages);
+        addLoaded(messages);
     } catch (const std::bad_alloc&) { // a text or a log that memory does not hold
         return false;
     }
     return true;
 }
 
+void LogTableModel::addLoaded(const std::vector<std::shared_ptr<LogMessage>>& messages)
+{
+    addMessages(messages);
+    if (store_ && store_->fullModel() == this)
+        store_->ledger()->add(LogCount::Loaded, messages.size());
+}
+
+QString LogTableModel::loadLog(const QString& path)
+{
+    // Lines of a second file are not numbered like those of the first: a table that is sorted by
+    // the number keeps each file together.
+    const std::shared_ptr<LogMessage> last = messageAt(messageCount() - 1);
+    std::vector<std::shared_ptr<LogMessage>> messages;
+    const QString cause = readLogFile(path, messages, last ? last->serviceMsgId() + 1 : 1);
+    if (!cause.isEmpty())
+        return cause;
+    try {
+        addLoaded(messages);
+    } catch (const std::bad_alloc&) {
+        return QStringLiteral("There is not enough memory for it.");
+    }
+    return {};
+}
+
 void LogTableModel::announceChanges()
 {
     RowShifts shifts;
     int count = 0;
+    int hidden = 0;
+    int hiddenBefore = 0;
     {
         const Lock lock(lock_);
-        if (rows_->sortIndex.isEmpty())
+        hidden = rows_->hidden();
+        hiddenBefore = hidden;
+        if (rows_->sortIndex.isEmpty()) {
             std::swap(shifts, rows_->shifts);
+            hiddenBefore = rows_->announcedHidden;
+        }
         rows_->shifts.clear();
-        count = rows_->count();
+        rows_->announcedHidden = hidden;
+        count = rows_->shown();
     }
+    const auto newRow = [&](int row) { return shifts.newRow(row + hiddenBefore) - hidden; };
     // No layoutAboutToBeChanged: it would have every selection write down each of its cells, which
     // takes a second for 100,000 selected rows. Selections hold the corners of ranges only, and so
     // move with them, provided that no range begins in rows that are gone: those are told first.
-    if (!shifts.isEmpty()) {
+    if (!shifts.isEmpty() || hidden != hiddenBefore) {
         int last = -1;
         const QModelIndexList corners = persistentIndexList();
         for (const QModelIndex& index : corners)
             last = std::max(last, index.row());
-        const int gone = shifts.firstRowsGone(last + 1);
+        int gone = 0;
+        while (gone <= last && newRow(gone) < 0)
+            ++gone;
         if (gone > 0)
             Q_EMIT firstRowsGone(gone);
     }
@@ -1019,7 +1103,7 @@ void LogTableModel::announceChanges()
     QModelIndexList before;
     QModelIndexList after;
     for (const QModelIndex& index : held) {
-        const int row = shifts.newRow(index.row());
+        const int row = newRow(index.row());
         if (row == index.row() && row < count)
             continue;
         before.append(index);

@@ -6,6 +6,7 @@
 #include <QAbstractTableModel>
 #include <QList>
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -17,6 +18,12 @@ class LogContainer;
 class LogMessageMatcher;
 
 /// Log messages as table rows: in order of arrival, or through a sort index.
+///
+/// A table widget can show so many rows only. Beyond `setMaximumShownRows` the rows of this model
+/// are the last ones of its order, so that the newest can be seen as they come, and the oldest when
+/// the table is sorted the other way round. `rowCount` and all that is told to views is about the
+/// rows shown; the messages themselves are all kept, counted, filtered and saved. Rows in front of
+/// those shown have negative displayed numbers, down to minus `hiddenRows`.
 ///
 /// Threads: the store's worker adds and removes rows at any time, without row signals; readers are
 /// on the GUI thread, where the view announces what changed with `announceChanges` on its timer.
@@ -33,6 +40,7 @@ public:
     ~LogTableModel() override;
 
     QModelIndex index(int row, int column, const QModelIndex& parent = {}) const override;
+    /// The rows shown, which are all unless there are more than can be shown.
     int rowCount(const QModelIndex& parent = {}) const override;
     int columnCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
@@ -40,6 +48,14 @@ public:
                         int role = Qt::DisplayRole) const override;
     Qt::ItemFlags flags(const QModelIndex& index) const override;
     void sort(int column, Qt::SortOrder order = Qt::AscendingOrder) override;
+
+    /// All messages, shown or not. Any thread.
+    int messageCount() const;
+    /// How many rows are in front of those shown. Any thread.
+    int hiddenRows() const;
+    /// At least 1; as many as an int can count to begin with. GUI thread.
+    void setMaximumShownRows(int count);
+    int maximumShownRows() const;
 
     /// Appends a row. Any thread.
     void addMessage(std::shared_ptr<LogMessage> message);
@@ -76,8 +92,9 @@ public:
     /// Announces a model reset around `change`, which is called without the model's lock and may
     /// use every operation that is for any thread. GUI thread.
     void reset(const std::function<void()>& change);
-    /// What `clear` does, without telling the views: to be called from a `reset`. Any thread.
-    void clearRows();
+    /// What `clear` does, without telling the views: to be called from a `reset`. Returns how many
+    /// messages went. Any thread.
+    std::size_t clearRows();
 
     /// Marks or unmarks a time reference. The start entry, row 0, goes with the first mark.
     void addReference(int displayedRow);
@@ -89,8 +106,8 @@ public:
     /// The cell to the right or to the left, wrapping around rows and the table.
     QModelIndex nextIndex(const QModelIndex& index) const;
     QModelIndex previousIndex(const QModelIndex& index) const;
-    /// The next cell in the given direction whose text contains `text`; invalid when no cell but
-    /// `start` does, or `start` is invalid. The lock is let go of every few hundred rows. What
+    /// The next shown cell in the given direction whose text contains `text`; invalid when no cell
+    /// but `start` does, or `start` is invalid. The lock is let go of every few hundred rows. What
     /// happens meanwhile: in an unsorted table the search and its end move along with their rows,
     /// and when the row is gone the search goes on at the table's end; rows that come may be
     /// visited or not. It ends after as many cells as there were at the beginning, in any case.
@@ -111,8 +128,13 @@ public:
     /// written. False, with the file as it was, when that fails. Any thread.
     bool saveToJson(const QString& path) const;
     /// Appends the messages of a JSON file: all of them, or none when its text is not valid JSON or
-    /// no array, which is no failure. False when the file cannot be read. No row is announced.
+    /// no array, which is no failure. False when the file cannot be read. No row is announced. The
+    /// store's ledger counts them when this is its model of all messages.
     bool loadFromJson(const QString& path);
+    /// Appends the messages of a log file of any form (readLogFile): all of them, or none. Lines of
+    /// text are numbered from 1, or from behind the last message that is there. Why there are none
+    /// in a sentence; empty when the file was read. No row is announced.
+    QString loadLog(const QString& path);
 
     /// Tells the views that rows came or went. When unsorted, their selection and current cell
     /// stay with their messages, and go with those that went; when sorted they stay where they are.
@@ -147,6 +169,7 @@ private:
     };
     Reference secondsSinceReference(const LogMessage& message, int storedRow, float& seconds) const;
     bool referenceTime(int referenceRow, std::uint64_t& timestamp) const;
+    void addLoaded(const std::vector<std::shared_ptr<LogMessage>>& messages);
     void addToSortIndex(const std::shared_ptr<LogMessage>& message, int storedRow);
     void addKey(const std::shared_ptr<LogMessage>& message, int storedRow);
     void buildSortIndex(int field);

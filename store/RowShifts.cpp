@@ -44,14 +44,4 @@ int RowShifts::newRow(int row) const
     return row;
 }
 
-int RowShifts::firstRowsGone(int rows) const
-{
-    if (lost_)
-        return rows;
-    int gone = 0;
-    while (gone < rows && newRow(gone) < 0)
-        ++gone;
-    return gone;
-}
-
 } // namespace zuLogging

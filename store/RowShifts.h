@@ -19,9 +19,6 @@ public:
     /// happened to tell.
     int newRow(int row) const;
 
-    /// How many of the first `rows` rows, counted from row 0 without a gap, are gone.
-    int firstRowsGone(int rows) const;
-
 private:
     struct Shift
     {

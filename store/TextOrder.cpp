@@ -1,5 +1,7 @@
 #include "store/TextOrder.h"
 
+#include "platform/Prefetch.h"
+
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -52,6 +54,9 @@ public:
         std::array<std::uint32_t, block> slotsOfBlock;
         for (std::size_t first = 0; first < texts.size(); first += block) {
             const std::size_t count = std::min(block, texts.size() - first);
+            const std::size_t ahead = std::min(first + 2 * block, texts.size());
+            for (std::size_t i = first + count; i < ahead; ++i)
+                platform::prefetch(texts[i].data());
             for (std::size_t i = 0; i < count; ++i)
                 slotsOfBlock[i] = slotOf(texts[first + i]);
             for (std::size_t i = 0; i < count; ++i)

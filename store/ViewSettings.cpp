@@ -1,13 +1,13 @@
 #include "store/ViewSettings.h"
 
 #include "platform/DataDirectory.h"
+#include "platform/SavedFile.h"
 #include "store/LogField.h"
 
 #include <QFile>
 #include <QFileInfo>
 #include <QPair>
 #include <QRegularExpression>
-#include <QSaveFile>
 #include <QVector>
 #include <QXmlStreamReader>
 #include <QXmlStreamWriter>
@@ -32,7 +32,8 @@ bool readFile(const QString& path, QByteArray& bytes)
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return false;
-    bytes = file.read(maximumFileSize + 1);
+    // Memory for what is there, not for the most that may be.
+    bytes = file.read(std::min(file.size(), maximumFileSize) + 1);
     return file.error() == QFileDevice::NoError && bytes.size() <= maximumFileSize;
 }
 
@@ -299,14 +300,13 @@ bool ViewSettings::writeTo(const QString& path) const
 {
     if (path.isEmpty())
         return false;
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
+    // Nobody else's business: the texts of a filter may be taken from somebody's messages.
+    platform::SavedFile file(path, platform::SavedFile::Rights::OwnerOnly);
+    if (!file.open())
         return false;
     bool failed = false;
-    writeDocument(*this, file, failed);
-    if (failed)
-        file.cancelWriting();
-    return file.commit();
+    writeDocument(*this, file.device(), failed);
+    return !failed && file.commit();
 }
 
 QList<int> ViewSettings::columnLayout() const

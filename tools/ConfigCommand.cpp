@@ -4,10 +4,14 @@
 #include "logging/LogClient.h"
 #include "logging/LogSvcError.h"
 #include "logging/PropertyTreeJson.h"
+#include "platform/SavedFile.h"
 #include "platform/StandardStreams.h"
 #include "platform/StoredFile.h"
 #include "tools/CommandOptions.h"
 #include "tools/InputBytes.h"
+
+#include <QFile>
+#include <QIODevice>
 
 #include <boost/property_tree/json_parser.hpp>
 
@@ -43,9 +47,12 @@ void getConfiguration(const std::string& path, Console& console)
             console.out << '\n';
         return;
     }
-    std::string error;
-    if (!platform::replaceStoredFile(path, bytes, error))
-        throw std::runtime_error("cannot write '" + path + "': " + error);
+    platform::SavedFile file(QFile::decodeName(path.c_str()));
+    const auto size = static_cast<qint64>(bytes.size());
+    if (!file.open() || file.device().write(bytes.data(), size) != size || !file.commit())
+        throw std::runtime_error(
+            "cannot write '" + path + "': " +
+            (file.error().empty() ? file.device().errorString().toStdString() : file.error()));
 }
 
 std::string readAll(std::istream& in)

@@ -23,6 +23,35 @@ std::string counted(std::uint64_t number, const char* one, const char* many)
     return std::to_string(number) + ' ' + (number == 1 ? one : many);
 }
 
+/// Messages that never came, as far as it is known.
+struct Lost
+{
+    explicit Lost(const LogLedger& ledger)
+        : inSocket(ledger.count(LogCount::LostInSocket))
+    {
+        // What was lost in the socket is missing in the numbers as well, once the next one comes.
+        const std::uint64_t missing = ledger.count(LogCount::MissingNumbers);
+        before = missing > inSocket ? missing - inSocket : 0;
+    }
+
+    std::uint64_t sum() const { return inSocket + before; }
+    std::string causes() const
+    {
+        std::string text;
+        if (inSocket > 0)
+            text = std::to_string(inSocket) + " came faster than they could be received";
+        if (before > 0)
+            text += (text.empty() ? "" : ", ") + std::to_string(before) +
+                    " missing in the numbers of those that came";
+        return text;
+    }
+
+    std::uint64_t inSocket;
+    std::uint64_t before;
+};
+
+constexpr auto lostNotePeriod = 1s;
+
 } // namespace
 
 LogTail::LogTail(const Options& options, Channel& out, Channel& err)
@@ -31,6 +60,7 @@ LogTail::LogTail(const Options& options, Channel& out, Channel& err)
     , notes_(err)
     , greets_(err.isTerminal())
     , queue_(options.queueLimit, [this] { wake_.raise(); })
+    , ledger_(std::make_shared<LogLedger>())
 {
     if (options_.json)
         format_ = std::make_unique<TailJsonSink>(text_);
@@ -59,7 +89,7 @@ void LogTail::follow()
         return;
     }
     // First: messages may come before the subscription is acknowledged.
-    listener_ = std::make_unique<TailListener>(queue_);
+    listener_ = std::make_unique<TailListener>(queue_, ledger_);
     subscription_ = std::make_unique<TailSubscription>(listener_->boundAddress(), options_.replay);
     if (greets_)
         notes_.say("showing the messages of the log service at " +
@@ -177,6 +207,8 @@ void LogTail::look()
     if (!told.empty())
         notes_.say(told);
     tellDropped();
+    if (now >= nextLostNote_)
+        tellLost();
     notes_.flush();
     nextLook_ = now + subscription_->period();
 }
@@ -189,6 +221,16 @@ void LogTail::tellDropped()
     toldDropped_ = dropped;
     notes_.say("standard output is too slow; " + counted(dropped, "message", "messages") +
                " dropped so far");
+}
+
+void LogTail::tellLost()
+{
+    const Lost lost(*ledger_);
+    if (lost.sum() <= toldLost_)
+        return;
+    toldLost_ = lost.sum();
+    nextLostNote_ = Clock::now() + lostNotePeriod;
+    notes_.say(counted(lost.sum(), "message", "messages") + " lost: " + lost.causes());
 }
 
 void LogTail::tellSummary()
@@ -206,6 +248,9 @@ void LogTail::tellSummary()
     if (const std::uint64_t dropped = queue_.dropped(); dropped > 0)
         notes_.say(counted(dropped, "message was", "messages were") +
                    " dropped, because standard output was too slow");
+    if (const Lost lost(*ledger_); lost.sum() > 0)
+        notes_.say(counted(lost.sum(), "message was", "messages were") +
+                   " lost on the way: " + lost.causes());
     if (const std::uint64_t broken = unreadable_ + queue_.broken(); broken > 0)
         notes_.say(counted(broken, "message", "messages") + " could not be read");
     notes_.flush(lastNotesPatience);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "logging/LogLedger.h"
 #include "platform/OutputChannel.h"
 #include "tools/TailListener.h"
 #include "tools/TailNotes.h"
@@ -74,6 +75,7 @@ private:
     bool isCounted() const { return options_.count != 0 && written_ >= options_.count; }
     bool hasUnwritten() const { return !left_.empty(); }
     void tellDropped();
+    void tellLost();
     void tellSummary();
 
     const Options options_;
@@ -86,6 +88,7 @@ private:
     std::atomic<bool> isAbandoned_{false};
 
     TailQueue queue_;
+    const std::shared_ptr<LogLedger> ledger_;
     std::unique_ptr<TailListener> listener_;
     std::unique_ptr<TailSubscription> subscription_;
 
@@ -99,6 +102,8 @@ private:
     Clock::time_point lastProgress_;
     std::uint64_t received_ = 0;    ///< at the last look
     std::uint64_t toldDropped_ = 0; ///< at the last note
+    std::uint64_t toldLost_ = 0;    ///< at the last note
+    Clock::time_point nextLostNote_;
     std::uint64_t unreadable_ = 0;
     std::uint64_t written_ = 0; ///< messages, in `text_` or gone
 };

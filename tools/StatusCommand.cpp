@@ -86,6 +86,33 @@ std::ostream& label(std::ostream& out, std::string_view name)
     return out << std::left << std::setw(labelWidth) << std::string(name) + ':';
 }
 
+void writeLedger(std::ostream& out, const LogCounts& counts)
+{
+    label(out, "received") << counts[LogCount::Received]
+                           << " datagrams: " << counts[LogCount::Messages] << " messages, "
+                           << counts[LogCount::Requests] << " requests, " << counts.refused()
+                           << " refused\n";
+    struct Refusal
+    {
+        LogCount count;
+        const char* reason;
+    };
+    constexpr Refusal refusals[] = {{LogCount::RefusedSize, "of an impossible size"},
+                                    {LogCount::RefusedMagic, "of no known protocol"},
+                                    {LogCount::RefusedLength, "with a wrong length"},
+                                    {LogCount::RefusedFlags, "with unknown flags"},
+                                    {LogCount::RefusedCommand, "unknown commands"},
+                                    {LogCount::RefusedRequest, "requests that failed"},
+                                    {LogCount::RefusedContainer, "messages of a wrong size"}};
+    for (const Refusal& refusal : refusals)
+        if (counts[refusal.count] > 0)
+            label(out, "refused") << counts[refusal.count] << ' ' << refusal.reason << '\n';
+    label(out, "lost") << counts[LogCount::LostInSocket] << " in the socket's buffer, "
+                       << counts[LogCount::MissingNumbers] << " missing in the senders' numbers\n";
+    label(out, "repeated") << counts[LogCount::RepeatedNumbers] << " messages\n";
+    label(out, "sinks failed") << "with " << counts[LogCount::SinkFailed] << " messages\n";
+}
+
 void writeSinks(std::ostream& out, const ServiceStatus& status)
 {
     bool hasForwarder = false;
@@ -154,8 +181,14 @@ void writeText(std::ostream& out, const std::string& endpoint,
     label(out, "uptime") << uptimeText(status->uptime) << '\n';
     label(out, "messages") << status->taken << " taken, " << status->dropped << " dropped, "
                            << status->forwarded << " forwarded\n";
+    if (status->ledger)
+        writeLedger(out, *status->ledger);
     writeSinks(out, *status);
     writeRecorders(out, *status);
+    if (status->limits.sinks > 0)
+        label(out, "limits") << status->limits.sinks << " sinks, " << status->limits.replays
+                             << " replays, " << status->transfers << " of "
+                             << status->limits.transfers << " transfers\n";
     writeCounterSetKeys(out, *status);
 }
 

@@ -6,11 +6,13 @@
 #include <boost/thread/exceptions.hpp>
 
 #include <memory>
+#include <utility>
 
 namespace zuLogging {
 
-TailListener::TailListener(TailQueue& queue)
-    : LogMessageListener({std::make_shared<TailSink>(queue)})
+TailListener::TailListener(TailQueue& queue, std::shared_ptr<LogLedger> ledger)
+    : LogMessageListener({std::make_shared<TailSink>(queue)}, 0, ListenerLimits::careful(),
+                         std::move(ledger))
     , queue_(queue)
 {
     try {

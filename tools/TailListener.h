@@ -3,6 +3,8 @@
 #include "logging/LogMessageListener.h"
 #include "tools/TailQueue.h"
 
+#include <memory>
+
 namespace zuLogging {
 
 /// Receives messages, from its construction to `stop` or its destruction, and does no more than
@@ -14,7 +16,8 @@ class TailListener final : public LogMessageListener
 {
 public:
     /// The queue must outlive the listener. Throws LogSvcError.
-    explicit TailListener(TailQueue& queue);
+    /// What becomes of datagrams is counted in `ledger`; without one, in the listener's own.
+    explicit TailListener(TailQueue& queue, std::shared_ptr<LogLedger> ledger = nullptr);
     ~TailListener() override;
 
 protected:

@@ -37,7 +37,8 @@ TailSubscription::TailSubscription(const SocketAddress& address, bool replay)
     : addressText_(socketAddressText(address))
     , service_(readConnectionInfo())
 {
-    if (!socket_.open() || !socket_.setNonBlocking())
+    if (!socket_.open() || !socket_.bind({platform::loopbackAddress, 0}) ||
+        !socket_.setNonBlocking())
         throw LogSvcError("Failed to create the log client socket");
     LogClient client(service_);
     try {

@@ -11,6 +11,7 @@
 #include "view/LogCellDelegate.h"
 #include "view/LogTableView.h"
 #include "view/LogViewHost.h"
+#include "view/LostMessages.h"
 #include "view/RowHeightFitter.h"
 
 #include <QAction>
@@ -21,6 +22,7 @@
 #include <QCursor>
 #include <QFile>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QHeaderView>
 #include <QIcon>
 #include <QItemSelectionModel>
@@ -163,6 +165,9 @@ LogMessageView::LogMessageView(QStatusBar* statusBar, QWidget* parent)
     stopButton_->setEnabled(false);
     tellHostButtonStates();
     showStatus(tr("Ready"));
+    shownRowsLabel_ = addStatusLabel(QStringLiteral("shownRowsLabel"));
+    lostLabel_ = addStatusLabel(QStringLiteral("lostLabel"));
+    countsAtClear_ = store_->ledger()->counts();
 
     setUpTable();
     makeConnections();
@@ -185,6 +190,8 @@ LogMessageView::~LogMessageView()
         stopThread_.join();
     store_->disconnect(this);
     setWaitingForStop(false);
+    delete shownRowsLabel_;
+    delete lostLabel_;
 
     QMap<int, int> widths;
     for (int column = 0; column < fullModel_->columnCount(); ++column) {
@@ -341,6 +348,21 @@ void LogMessageView::setUpTable()
     table_->setContextMenuPolicy(Qt::CustomContextMenu);
     setShowLineNumbers(showLineNumbers_);
     rowHeights_ = new RowHeightFitter(table_);
+    for (LogTableModel* model : {fullModel_, filteredModel_})
+        model->setMaximumShownRows(RowHeightFitter::maximumRows);
+}
+
+/// Null without a status bar.
+QLabel* LogMessageView::addStatusLabel(const QString& name)
+{
+    if (!statusBar_)
+        return nullptr;
+    auto* label = new QLabel(statusBar_);
+    label->setObjectName(name);
+    label->setTextFormat(Qt::PlainText);
+    label->hide(); // before it is added, which would show it
+    statusBar_->addPermanentWidget(label);
+    return label;
 }
 
 void LogMessageView::makeConnections()
@@ -591,6 +613,27 @@ void LogMessageView::updateViewAfterStop()
     updateView();
 }
 
+void LogMessageView::updateStatusLabels()
+{
+    if (!shownRowsLabel_ || !lostLabel_)
+        return;
+    shownRowsLabel_->setVisible(shownModel()->hiddenRows() > 0);
+    if (!shownRowsLabel_->isHidden()) {
+        shownRowsLabel_->setText(
+            tr("Only the last %1 rows can be shown").arg(shownModel()->rowCount()));
+        shownRowsLabel_->setToolTip(tr("The table holds no more. The others come into view when it "
+                                       "is sorted the other way round, or filtered."));
+    }
+    const LostMessages lost(store_->ledger()->counts().since(countsAtClear_));
+    if (lost.number() > 0) {
+        lostLabel_->setText(lost.label());
+        lostLabel_->setToolTip(lost.toolTip());
+        lostLabel_->setAccessibleName(tr("Messages lost: %1").arg(lost.number()));
+        lostLabel_->setAccessibleDescription(lost.toolTip());
+    }
+    lostLabel_->setVisible(lost.number() > 0);
+}
+
 void LogMessageView::updateView()
 {
     shownModel()->announceChanges();
@@ -599,10 +642,11 @@ void LogMessageView::updateView()
     if (!columnsFitRows_ && ViewSettings::instance().columnWidths.isEmpty() &&
         shownModel()->rowCount() > 0)
         fitColumns();
-    countLabel_->setText(QString::number(fullModel_->rowCount()));
+    countLabel_->setText(QString::number(fullModel_->messageCount()));
     if (store_->showFiltered())
-        filteredLabel_->setText(QString::number(filteredModel_->rowCount()));
+        filteredLabel_->setText(QString::number(filteredModel_->messageCount()));
     queuedLabel_->setText(QString::number(store_->queueSize()));
+    updateStatusLabels();
     Q_EMIT autoScroll();
     if (isStopping())
         showStatus(tr("Logging stopped. Waiting for queue..."));
@@ -627,6 +671,7 @@ void LogMessageView::messageViewClearClicked()
     filesCombo_->clear();
     infoToolbar_->hide();
     store_->clearModels();
+    countsAtClear_ = store_->ledger()->counts();
     updateView();
 }
 
@@ -636,7 +681,7 @@ void LogMessageView::enableFilter(int state)
     const bool on = state == Qt::Checked;
     store_->setShowFiltered(on);
     showModel(on && store_->isFiltering() ? filteredModel_ : fullModel_);
-    filteredLabel_->setText(QString::number(on ? filteredModel_->rowCount() : 0));
+    filteredLabel_->setText(QString::number(on ? filteredModel_->messageCount() : 0));
     ViewSettings::instance().filterEnabled = on;
     const QHeaderView* header = table_->horizontalHeader();
     shownModel()->sort(header->sortIndicatorSection(), header->sortIndicatorOrder());
@@ -816,7 +861,7 @@ int LogMessageView::fullRowOfCurrent() const
     if (!message)
         return -1;
     // Both models keep the order of arrival, so the message cannot stand earlier in the full one.
-    const int rows = fullModel_->rowCount();
+    const int rows = fullModel_->messageCount();
     for (int row = shownRow; row < rows; ++row)
         if (fullModel_->messageAt(row) == message)
             return row;
@@ -846,10 +891,12 @@ void LogMessageView::setReferenceTimeClicked()
     if (storedRow < 0)
         return;
     // The model takes displayed rows. Unsorted, or by luck, that is the number itself.
-    int displayedRow = shownModel() == fullModel_ ? table_->currentIndex().row() : storedRow;
+    const int hidden = fullModel_->hiddenRows();
+    int displayedRow =
+        shownModel() == fullModel_ ? table_->currentIndex().row() : storedRow - hidden;
     if (fullModel_->storedRow(displayedRow) != storedRow) {
         const int rows = fullModel_->rowCount();
-        displayedRow = 0;
+        displayedRow = -hidden;
         while (displayedRow < rows && fullModel_->storedRow(displayedRow) != storedRow)
             ++displayedRow;
         if (displayedRow == rows)
@@ -870,7 +917,7 @@ void LogMessageView::applyMaximum(int max)
 
 void LogMessageView::setMaximumMessages(int max)
 {
-    const int count = fullModel_->rowCount();
+    const int count = fullModel_->messageCount();
     if (max >= count) {
         applyMaximum(max);
         return;
@@ -905,7 +952,9 @@ void LogMessageView::messageViewSaveClicked()
         return;
     const WaitCursor wait;
     QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Text))
+    // A pipe that nobody reads would keep the window waiting for ever.
+    if ((file.exists() && !QFileInfo(file).isFile()) ||
+        !file.open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Text))
         return;
     QTextStream stream(&file);
     stream << "************************************\n"
@@ -917,7 +966,8 @@ void LogMessageView::messageViewSaveClicked()
     const int rows = model.rowCount();
     const int columns = model.columnCount();
     QString line;
-    for (int row = 0; row < rows; ++row) {
+    // A stream that has failed would gather the rest in memory.
+    for (int row = -model.hiddenRows(); row < rows && stream.status() == QTextStream::Ok; ++row) {
         line.resize(0); // keeps its memory
         appendRow(line, model, row, columns);
         stream << line;
@@ -930,7 +980,7 @@ QString LogMessageView::shownText() const
     const int rows = model.rowCount();
     const int columns = model.columnCount();
     QString text;
-    for (int row = 0; row < rows; ++row)
+    for (int row = -model.hiddenRows(); row < rows; ++row)
         appendRow(text, model, row, columns);
     return text;
 }
@@ -1029,7 +1079,7 @@ void LogMessageView::loadLogMessagesFromJSON()
         return;
     }
     const QPointer<LogMessageView> self(this);
-    if (fullModel_->rowCount() > 0) {
+    if (fullModel_->messageCount() > 0) {
         const auto answer = showBox(this, QMessageBox::Question, title,
                                     tr("Do you want to clear the current logging?"),
                                     QMessageBox::Yes | QMessageBox::No);
@@ -1072,6 +1122,67 @@ void LogMessageView::loadLogMessagesFromJSON()
     fitColumns();
     switchResizeRows(true);
     showStatus(QString());
+}
+
+void LogMessageView::openLogFiles(const QStringList& paths, bool asksToClear)
+{
+    const QString title = tr("Open log file");
+    if (paths.isEmpty())
+        return;
+    if (store_->isActive()) {
+        showBox(this, QMessageBox::Warning, title,
+                tr("Please stop the logging before opening a log file."));
+        return;
+    }
+    if (asksToClear && fullModel_->messageCount() > 0) {
+        const QPointer<LogMessageView> self(this);
+        const auto answer = showBox(this, QMessageBox::Question, title,
+                                    tr("Do you want to clear the current logging?"),
+                                    QMessageBox::Yes | QMessageBox::No);
+        if (!self)
+            return;
+        if (answer == QMessageBox::Yes)
+            messageViewClearClicked();
+    }
+
+    QStringList opened;
+    QStringList failures;
+    {
+        const WaitCursor wait;
+        if (filterBox_->isChecked())
+            enableFilter(Qt::Unchecked);
+        const bool resized = resizeRows();
+        switchResizeRows(false);
+        for (const QString& path : paths) {
+            const QString cause = fullModel_->loadLog(path);
+            if (cause.isEmpty())
+                opened.append(path);
+            else
+                failures.append(tr("Failed to read file '%1'. %2").arg(path, cause));
+        }
+        if (!opened.isEmpty()) {
+            filesCombo_->addItems(opened);
+            filesCombo_->setCurrentIndex(filesCombo_->count() - 1);
+            infoToolbar_->show();
+            if (store_->isFiltering())
+                store_->refilter();
+        }
+        if (filterBox_->isChecked())
+            enableFilter(Qt::Checked);
+        updateView();
+        if (!opened.isEmpty())
+            fitColumns();
+        switchResizeRows(resized);
+        showStatus(QString());
+    }
+    if (failures.isEmpty())
+        return;
+    constexpr int toldFailures = 10; // so that the box fits on the screen
+    const int others = failures.size() - toldFailures;
+    if (others > 0)
+        failures = failures.mid(0, toldFailures)
+                   << tr("%1 more files could not be read.").arg(others);
+    showBox(this, QMessageBox::Critical, title, failures.join(QLatin1Char('\n')));
 }
 
 /// The fields' widths, without a stretched one's: that is what the others left.

@@ -1,9 +1,12 @@
 #pragma once
 
+#include "logging/LogLedger.h"
+
 #include <QList>
 #include <QMap>
 #include <QPointer>
 #include <QString>
+#include <QStringList>
 #include <QWidget>
 
 #include <boost/thread/thread.hpp>
@@ -47,7 +50,9 @@ class LogMessageView : public QWidget
 
 public:
     /// `parent` is the main window; where it is a `LogViewHost`, its store is used and its actions
-    /// are kept in step. Status texts go to `statusBar` (not owned, may be null).
+    /// are kept in step. Status texts go to `statusBar` (not owned, may be null); at its right the
+    /// view adds labels of its own, hidden until there is something to tell: what was lost since
+    /// the last clear, and that there are more rows than the table can show.
     LogMessageView(QStatusBar* statusBar, QWidget* parent);
     /// Takes at most about 1 second. Records the column widths and writes the view settings file.
     /// The host is not called any more: it may be half gone already.
@@ -57,6 +62,10 @@ public:
     void setMaximumMessages(int max);
     /// Adds the messages of a JSON file that the user chooses. Refused while logging runs.
     void loadLogMessagesFromJSON();
+    /// Adds the messages of log files of any form, in this order, and lists the files that could be
+    /// read; says which could not. Refused while logging runs. `asksToClear`: the user is asked
+    /// first whether messages that are there shall go. "Resize rows" is afterwards as it was.
+    void openLogFiles(const QStringList& paths, bool asksToClear = false);
     /// Shows exactly these fields, left to right, in both models, the table and the view settings;
     /// numbers that are no field and repetitions are left out, and an order without any field
     /// changes nothing. Rows, sort and selection stay, and each field keeps its width; fields that
@@ -132,6 +141,8 @@ private:
     void buildInfoToolbar();
     void setUpTable();
     void makeConnections();
+    QLabel* addStatusLabel(const QString& name);
+    void updateStatusLabels();
 
     void deselectFirstRows(int count);
     void showModel(LogTableModel* model);
@@ -156,6 +167,9 @@ private:
     void remakeContextActions();
 
     QPointer<QStatusBar> statusBar_;
+    QPointer<QLabel> shownRowsLabel_; ///< this and the next: the status bar's, null without one
+    QPointer<QLabel> lostLabel_;
+    LogCounts countsAtClear_;
     LogViewHost* host_;
     std::shared_ptr<LogContainer> store_;
     LogTableView* table_;

@@ -8,14 +8,10 @@
 #include <QTableView>
 
 #include <algorithm>
-#include <limits>
 
 namespace zuLogging {
 
 namespace {
-
-/// The sum of all heights goes no further.
-constexpr int maximumLength = std::numeric_limits<int>::max() / 2;
 
 /// The scroll bar's range follows the rows with the next event only; here it is needed at once.
 void updateScrollRange(QTableView* table)
@@ -36,6 +32,7 @@ RowHeightFitter::RowHeightFitter(QTableView* table)
             &RowHeightFitter::rowsMayHaveChanged);
     table->installEventFilter(this);
     table->viewport()->installEventFilter(this);
+    table->verticalHeader()->setMaximumSectionSize(maximumHeight);
     resetHeights();
     watchModel();
 }
@@ -67,6 +64,12 @@ void RowHeightFitter::resetHeights()
 {
     const Anchor anchor = anchorAt(Edge::Top);
     const QScopedValueRollback<bool> guard(fitting_, true);
+    makePlain();
+    keepInPlace(anchor);
+}
+
+void RowHeightFitter::makePlain()
+{
     forgetHeights();
     QHeaderView* rows = table_->verticalHeader();
     rows->setSectionResizeMode(QHeaderView::Fixed);
@@ -74,7 +77,6 @@ void RowHeightFitter::resetHeights()
     rows->setDefaultSectionSize(plainHeight);
     rows->setSectionResizeMode(QHeaderView::Interactive);
     updateScrollRange(table_);
-    keepInPlace(anchor);
 }
 
 void RowHeightFitter::forgetHeights()
@@ -214,7 +216,13 @@ bool RowHeightFitter::fitAround(const Anchor& anchor)
         top -= heightOf(row, measured);
     if (measured.empty())
         return false;
-    applyHeights(measured);
+    if (extraHeightWith(measured) > maximumExtraHeight) {
+        // Too many rows have been seen: all begin anew, those in view first.
+        makePlain();
+        fitted_.resize(static_cast<std::size_t>(count), false);
+    } else {
+        applyHeights(measured);
+    }
     keepInPlace(anchor);
     return true;
 }
@@ -232,6 +240,16 @@ int RowHeightFitter::heightOf(int row, std::vector<Height>& measured)
     return height;
 }
 
+/// What the rows are higher than plain ones, in sum, once `measured` is applied.
+int RowHeightFitter::extraHeightWith(const std::vector<Height>& measured) const
+{
+    const QHeaderView* rows = table_->verticalHeader();
+    int extra = rows->length() - rows->count() * plainHeight;
+    for (const Height& row : measured)
+        extra += row.height - rows->sectionSize(row.row);
+    return extra;
+}
+
 void RowHeightFitter::applyHeights(const std::vector<Height>& measured)
 {
     QHeaderView* rows = table_->verticalHeader();
@@ -241,7 +259,7 @@ void RowHeightFitter::applyHeights(const std::vector<Height>& measured)
     rows->setUpdatesEnabled(false);
     for (const Height& row : measured) {
         const int before = rows->sectionSize(row.row);
-        if (row.height == before || rows->length() > maximumLength - row.height + before)
+        if (row.height == before)
             continue;
         rows->resizeSection(row.row, row.height);
         changed = true;

@@ -2,6 +2,7 @@
 
 #include <QObject>
 
+#include <limits>
 #include <vector>
 
 class QTableView;
@@ -22,9 +23,15 @@ class RowHeightFitter : public QObject
 public:
     /// Rows are no lower than this, and of this height when nothing is fitted; in pixels.
     static constexpr int plainHeight = 20;
-    /// No row is fitted to more than this: its end would be far out of view, and the sum of all
-    /// heights has to stay within an int.
+    /// No row is higher than this: its end would be far out of view, and the sum of all heights has
+    /// to stay within an int.
     static constexpr int maximumHeight = 2000;
+    /// All heights add up to an int, as the header needs it: what the rows may be higher than plain
+    /// ones in sum, and how many plain ones have room beside that and as much again, for rows that
+    /// are resized by hand.
+    static constexpr int maximumExtraHeight = std::numeric_limits<int>::max() / 32;
+    static constexpr int maximumRows =
+        (std::numeric_limits<int>::max() - 2 * maximumExtraHeight) / plainHeight;
 
     /// Becomes a child of `table`, which scrolls per pixel. Starts switched off.
     explicit RowHeightFitter(QTableView* table);
@@ -72,8 +79,10 @@ private:
     Anchor anchorAt(Edge kept) const;
     int edgePosition(const Anchor& anchor) const;
     int heightOf(int row, std::vector<Height>& measured);
+    int extraHeightWith(const std::vector<Height>& measured) const;
     void applyHeights(const std::vector<Height>& measured);
     void keepInPlace(const Anchor& anchor);
+    void makePlain();
 
     QTableView* table_;
     std::vector<bool> fitted_; ///< by row

@@ -61,6 +61,11 @@ bool AppendFile::take(int handle, Mode mode, std::string& error)
         error = "not a regular file";
         return false;
     }
+    // A second name may have been given to a file that is not meant to be written to.
+    if (status.st_nlink > 1) {
+        error = "the file has more than one name";
+        return false;
+    }
     if (mode == Mode::Rewrite && ::ftruncate(file.get(), 0) != 0) {
         error = errorText(errno);
         return false;

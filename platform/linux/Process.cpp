@@ -3,8 +3,6 @@
 #include "platform/linux/ErrorText.h"
 #include "platform/linux/FileDescriptor.h"
 
-#include <QByteArray>
-
 #include <fcntl.h>
 #include <poll.h>
 #include <pthread.h>
@@ -125,8 +123,8 @@ std::optional<std::string> programName(std::uint64_t processId)
 
 std::string runtimeDirectory()
 {
-    const QByteArray directory = qgetenv("XDG_RUNTIME_DIR");
-    return directory.isEmpty() ? std::string("/run") : directory.toStdString();
+    const char* directory = ::getenv("XDG_RUNTIME_DIR");
+    return directory == nullptr || *directory == '\0' ? "/run" : directory;
 }
 
 std::optional<std::uint64_t> readPidFile(const std::string& path)

@@ -1,5 +1,6 @@
 #include "platform/StoredFile.h"
 
+#include "platform/linux/DiskSync.h"
 #include "platform/linux/ErrorText.h"
 #include "platform/linux/FileDescriptor.h"
 
@@ -8,7 +9,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 
@@ -17,6 +17,10 @@ namespace zuLogging::platform {
 namespace {
 
 constexpr std::size_t readStep = std::size_t{1} << 16;
+
+// Nobody else needs to look at what a program keeps for itself.
+constexpr mode_t newFileMode = S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP;
+constexpr mode_t newFolderMode = S_IRWXU | S_IRWXG;
 
 StoredFile failed(std::string error)
 {
@@ -53,23 +57,49 @@ bool isRegular(int handle)
     return ::fstat(handle, &status) == 0 && S_ISREG(status.st_mode);
 }
 
-// The name of the new file is on the disk only when its folder is. The rename itself has succeeded:
-// a file system that cannot do this with folders is no reason to call it a failure.
-void syncFolderOf(const std::string& path)
+// Whether the file is this process's alone: not one that its owner could go on writing to, and not
+// another file of ours that somebody has given this name as well.
+bool isOursAlone(int handle)
 {
-    const std::size_t slash = path.rfind('/');
-    const std::string folder =
-        slash == std::string::npos ? "." : path.substr(0, std::max<std::size_t>(slash, 1));
-    const FileDescriptor handle(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (handle)
-        ::fsync(handle.get());
+    struct stat status = {};
+    return ::fstat(handle, &status) == 0 && status.st_uid == ::geteuid() && status.st_nlink == 1;
+}
+
+int openTemporary(const std::string& path)
+{
+    return ::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK,
+                  newFileMode);
+}
+
+// Opens the file that is to be renamed, empty, and locks it.
+bool takeTemporary(const std::string& path, FileDescriptor& file, std::string& error)
+{
+    file.reset(openTemporary(path));
+    if (file && isRegular(file.get()) && !isOursAlone(file.get())) {
+        // Without this name it stays what it is to the others.
+        ::unlink(path.c_str());
+        file.reset(openTemporary(path));
+    }
+    if (!file) {
+        error = errorText(errno);
+        return false;
+    }
+    // One fixed name, so that killed programs leave one file at most; hence the lock, and a second
+    // look whether the name is not already the other one's finished file.
+    if (!isRegular(file.get()) || !isOursAlone(file.get()) ||
+        ::flock(file.get(), LOCK_EX | LOCK_NB) != 0 || !isSameFile(file.get(), path)) {
+        error = "'" + path + "' is in use";
+        return false;
+    }
+    return true;
 }
 
 } // namespace
 
-StoredFile readStoredFile(const std::string& path, std::size_t maximumSize)
+StoredFile readStoredFile(const std::string& path, std::size_t maximumSize, LinkInPlace links)
 {
-    const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    const int noFollow = links == LinkInPlace::Refuse ? O_NOFOLLOW : 0;
+    const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | noFollow));
     if (!file) {
         StoredFile none = failed(errorText(errno));
         if (errno == ENOENT)
@@ -101,26 +131,24 @@ StoredFile readStoredFile(const std::string& path, std::size_t maximumSize)
 
 bool replaceStoredFile(const std::string& path, std::string_view bytes, std::string& error)
 {
+    struct stat old = {};
+    const bool isThere = ::lstat(path.c_str(), &old) == 0;
+    if (isThere && !S_ISREG(old.st_mode)) {
+        error = "not a regular file";
+        return false;
+    }
     const std::string temporary = path + ".new";
-    const FileDescriptor file(
-        ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0666));
-    if (!file) {
-        error = errorText(errno);
+    FileDescriptor file;
+    if (!takeTemporary(temporary, file, error))
         return false;
-    }
-    // One fixed name, so that killed programs leave one file at most; hence the lock, and a second
-    // look whether the name is not already the other one's finished file.
-    if (!isRegular(file.get()) || ::flock(file.get(), LOCK_EX | LOCK_NB) != 0 ||
-        !isSameFile(file.get(), temporary)) {
-        error = "'" + temporary + "' is in use";
-        return false;
-    }
-    if (::ftruncate(file.get(), 0) != 0 || !writeAll(file.get(), bytes) ||
-        ::fsync(file.get()) != 0 || ::rename(temporary.c_str(), path.c_str()) != 0) {
+    if ((isThere && ::fchmod(file.get(), old.st_mode & 0777) != 0) ||
+        ::ftruncate(file.get(), 0) != 0 || !writeAll(file.get(), bytes) ||
+        !syncToDisk(file.get()) || ::rename(temporary.c_str(), path.c_str()) != 0) {
         error = errorText(errno);
         ::unlink(temporary.c_str());
         return false;
     }
+    // The new name is on the disk only when its folder is.
     syncFolderOf(path);
     return true;
 }
@@ -129,7 +157,7 @@ bool makeFolder(const std::string& path, std::string& error)
 {
     for (std::size_t slash = path.find('/', 1);; slash = path.find('/', slash + 1)) {
         const std::string folder = path.substr(0, slash);
-        if (::mkdir(folder.c_str(), 0777) != 0 && errno != EEXIST) {
+        if (::mkdir(folder.c_str(), newFolderMode) != 0 && errno != EEXIST) {
             const int code = errno;
             // A folder of a read-only file system may be there all the same.
             struct stat status = {};

@@ -4,6 +4,7 @@
 
 #include <arpa/inet.h>
 #include <fcntl.h>
+#include <linux/sock_diag.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/eventfd.h>
@@ -427,6 +428,20 @@ ReceiveResult UdpSocket::receive(DatagramBatch& batch)
         if (++staleErrors > staleErrorLimit)
             return ReceiveResult::WouldBlock;
     }
+}
+
+std::optional<std::uint32_t> UdpSocket::droppedCount() const
+{
+    const int kept = errno;
+    std::array<std::uint32_t, SK_MEMINFO_VARS> counts{};
+    socklen_t length = sizeof counts;
+    const bool isTold =
+        ::getsockopt(handle_, SOL_SOCKET, SO_MEMINFO, counts.data(), &length) == 0 &&
+        length > SK_MEMINFO_DROPS * sizeof(std::uint32_t);
+    errno = kept;
+    if (!isTold)
+        return std::nullopt;
+    return counts[SK_MEMINFO_DROPS];
 }
 
 bool UdpSocket::send(const void* data, std::size_t length, const SocketAddress& destination)

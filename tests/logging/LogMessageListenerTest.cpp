@@ -406,70 +406,6 @@ TEST_F(LogMessageListenerTest, ReplayAndForwardReplaysEverythingAndAddsAForwarde
     EXPECT_EQ(listener.sinksOnceStopped()[1]->argumentText(), "127.0.0.1:5000");
 }
 
-TEST_F(LogMessageListenerTest, RequestsCannotAddMoreThan64ForwardersAndAFreedPlaceIsUsedAgain)
-{
-    const ListenerUnderTest listener({sink, second});
-    ASSERT_EQ(LogMessageListener::maximumSinksOfOneClass, 64U);
-    std::vector<std::unique_ptr<UdpPeer>> viewers;
-    for (int i = 0; i < 65; ++i)
-        viewers.push_back(std::make_unique<UdpPeer>());
-    const auto request = [&](std::uint16_t code, int viewer) {
-        return command(
-            code, typeAndText(
-                      4, socketAddressText(viewers[static_cast<std::size_t>(viewer)]->address())));
-    };
-    for (int i = 0; i < 64; ++i)
-        ASSERT_EQ(statusOf(listener, request(289, i)), 0);
-    EXPECT_EQ(listener.sinkCount(), 66U);
-    EXPECT_EQ(statusOf(listener, request(289, 64)), 3);
-    EXPECT_EQ(trace.count(std::string(negative) + "The command packet data are out of range"), 1U);
-    EXPECT_EQ(listener.sinkCount(), 66U);
-    // One that is there already is no further one.
-    EXPECT_EQ(statusOf(listener, request(289, 63)), 0);
-    EXPECT_EQ(statusOf(listener, request(290, 0)), 0);
-    EXPECT_EQ(statusOf(listener, request(289, 64)), 0);
-    EXPECT_EQ(listener.sinkCount(), 66U);
-}
-
-TEST_F(LogMessageListenerTest, ThePlacesOfKilledViewersAreUsedAgainWhenTheyAreNeeded)
-{
-    const ListenerUnderTest listener({sink});
-    std::vector<std::unique_ptr<UdpPeer>> viewers;
-    for (int i = 0; i < 64; ++i) {
-        viewers.push_back(std::make_unique<UdpPeer>());
-        const std::string text = socketAddressText(viewers.back()->address());
-        ASSERT_EQ(statusOf(listener, command(289, typeAndText(4, text))), 0);
-    }
-    viewers.resize(2); // the other 62 are gone without a word
-    const UdpPeer another;
-    EXPECT_EQ(
-        statusOf(listener, command(289, typeAndText(4, socketAddressText(another.address())))), 0);
-    EXPECT_EQ(listener.sinkCount(), 4U);
-}
-
-TEST_F(LogMessageListenerTest, AListenerDoesNotForwardToItself)
-{
-    const ListenerUnderTest listener({sink});
-    const std::string port = std::to_string(listener.boundAddress().port);
-    EXPECT_EQ(statusOf(listener, command(289, typeAndText(4, "127.0.0.1:" + port))), 3);
-    EXPECT_EQ(statusOf(listener, command(289, typeAndText(4, "0.0.0.0:" + port))), 3);
-    EXPECT_EQ(statusOf(listener, command(292, textBytes("127.0.0.1:" + port))), 3);
-    EXPECT_EQ(listener.sinkCount(), 1U);
-    EXPECT_EQ(statusOf(listener, command(257, TestContainer().bytes())), 0);
-    EXPECT_TRUE(peer.nextAnswerIsToPing(listener.boundAddress()));
-    EXPECT_EQ(sink->received().size(), 1U);
-}
-
-TEST_F(LogMessageListenerTest, AListenerDoesNotReplayToItself)
-{
-    const ListenerUnderTest listener({sink});
-    Bytes payload(32);
-    for (const char c : "127.0.0.1:" + std::to_string(listener.boundAddress().port))
-        payload.push_back(static_cast<std::uint8_t>(c));
-    EXPECT_EQ(statusOf(listener, command(291, payload)), 3);
-    EXPECT_TRUE(sink->replayed().empty());
-}
-
 TEST_F(LogMessageListenerTest, AForwarderThatARequestAddedGetsTheMessagesThatFollow)
 {
     const ListenerUnderTest listener({sink}, true);
@@ -535,7 +471,7 @@ class NotingListener final : public LogMessageListener
 {
 public:
     explicit NotingListener(SinkList sinks)
-        : LogMessageListener(std::move(sinks))
+        : LogMessageListener(std::move(sinks), 0, ListenerLimits::careful())
     {
         start();
     }
@@ -550,12 +486,6 @@ public:
 
 protected:
     bool assignsServiceIds() const override { return false; }
-    void deliverTo(LogMessageSink& to, const LogMessageContainerView& container,
-                   bool secondary) override
-    {
-        calls.push_back(secondary ? "second kind" : "first kind");
-        LogMessageListener::deliverTo(to, container, secondary);
-    }
     void replay(LogMessageCommand command, const ReplayRequest& request,
                 std::string_view addressText) override
     {
@@ -569,15 +499,13 @@ protected:
     }
 };
 
-TEST_F(LogMessageListenerTest, ADerivedListenerSeesDeliveriesReplaysAndRemovals)
+TEST_F(LogMessageListenerTest, ADerivedListenerSeesReplaysAndRemovals)
 {
     const auto listener = NotingListener::make({sink});
     const auto ask = [&](std::uint16_t code, const Bytes& payload) {
         const auto reply = peer.exchange(command(code, payload), listener->boundAddress());
         return reply ? reply->status : 0xFFFF;
     };
-    EXPECT_EQ(ask(257, TestContainer().bytes()), 0);
-    EXPECT_EQ(ask(258, TestContainer().bytes()), 0);
     Bytes payload(32);
     const Bytes address = textBytes("127.0.0.1:5000");
     payload.insert(payload.end(), address.begin(), address.end());
@@ -588,9 +516,8 @@ TEST_F(LogMessageListenerTest, ADerivedListenerSeesDeliveriesReplaysAndRemovals)
     EXPECT_EQ(ask(290, typeAndText(4, "127.0.0.1:5001")), 0);
     EXPECT_EQ(ask(290, typeAndText(4, "127.0.0.1:5000")), 0);
     listener->stop();
-    EXPECT_EQ(listener->calls,
-              (std::vector<std::string>{"first kind", "second kind", "291 127.0.0.1:5000",
-                                        "292 127.0.0.1:5000", "removing 127.0.0.1:5000"}));
+    EXPECT_EQ(listener->calls, (std::vector<std::string>{"291 127.0.0.1:5000", "292 127.0.0.1:5000",
+                                                         "removing 127.0.0.1:5000"}));
 }
 
 TEST_F(LogMessageListenerTest, ForwardersToNobodyAreToldOfBeforeTheyGo)
@@ -598,12 +525,12 @@ TEST_F(LogMessageListenerTest, ForwardersToNobodyAreToldOfBeforeTheyGo)
     const auto listener = NotingListener::make({sink});
     std::vector<std::unique_ptr<UdpPeer>> viewers;
     std::vector<std::string> texts;
-    for (int i = 0; i < 65; ++i) {
+    for (int i = 0; i < 64; ++i) {
         viewers.push_back(std::make_unique<UdpPeer>());
         texts.push_back(socketAddressText(viewers.back()->address()));
     }
-    for (std::size_t i = 0; i < 65; ++i) {
-        if (i == 64) {
+    for (std::size_t i = 0; i < 64; ++i) {
+        if (i == 63) {
             viewers[7].reset();
             viewers[20].reset();
         }
@@ -614,37 +541,6 @@ TEST_F(LogMessageListenerTest, ForwardersToNobodyAreToldOfBeforeTheyGo)
     listener->stop();
     EXPECT_EQ(listener->calls,
               (std::vector<std::string>{"removing " + texts[7], "removing " + texts[20]}));
-}
-
-/// Is given its sinks ready made, before it starts.
-class AppendingListener final : public LogMessageListener
-{
-public:
-    AppendingListener()
-        : LogMessageListener({})
-    {
-    }
-    ~AppendingListener() override { stop(); }
-
-    using LogMessageListener::appendSink;
-    using LogMessageListener::sinks;
-
-protected:
-    bool assignsServiceIds() const override { return false; }
-};
-
-TEST_F(LogMessageListenerTest, ASinkThatIsMadeAlreadyIsAppendedUnlessItForwardsToTheListenerItself)
-{
-    AppendingListener listener;
-    listener.appendSink(sink);
-    listener.appendSink(std::make_shared<LogMessageSinkForwarder>("127.0.0.1:5000"));
-    const std::string port = std::to_string(listener.boundAddress().port);
-    for (const char* host : {"127.0.0.1:", "0.0.0.0:"})
-        EXPECT_THROW(listener.appendSink(std::make_shared<LogMessageSinkForwarder>(host + port)),
-                     LogSvcError);
-    ASSERT_EQ(listener.sinks().size(), 2U);
-    EXPECT_EQ(listener.sinks()[0], sink);
-    EXPECT_EQ(listener.sinks()[1]->argumentText(), "127.0.0.1:5000");
 }
 
 } // namespace

@@ -182,5 +182,26 @@ TEST(LogMessageSinkForwarder, ADeadDestinationDoesNotKeepMessagesFromTheOthers)
               3U);
 }
 
+TEST(LogMessageSinkForwarder, TheTraceNamesTheDestinationOnceWhenSendingBeginsToFail)
+{
+    const TraceCapture trace;
+    LogMessageSinkForwarder forwarder(unreachable);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_THROW(forwarder.consume(TestContainer().view()), LogSvcError);
+    EXPECT_EQ(trace.calls(),
+              std::vector<std::string>{"Messages cannot be forwarded to 255.255.255.255:9\n"});
+
+    UdpPeer viewer;
+    LogMessageSinkForwarder other(socketAddressText(viewer.address()));
+    const auto tooLong = TestContainer().padTo(1389).setSizeField(1389);
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_THROW(other.consume(tooLong.view()), LogSvcError);
+        other.consume(TestContainer().view());
+    }
+    EXPECT_EQ(trace.count("Messages cannot be forwarded to " + socketAddressText(viewer.address()) +
+                          "\n"),
+              2U);
+}
+
 } // namespace
 } // namespace zuLogging::test

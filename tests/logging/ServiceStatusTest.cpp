@@ -25,6 +25,13 @@ TEST(ServiceStatus, EveryMemberComesBackFromItsText)
                     {"forward", "127.0.0.1:5000", 9, largest}};
     status.recorders = {{1, 1000, 2, 100, 3}, {4, 5, 6, 7, 8}};
     status.counterSetKeys = {0, 1, largest};
+    status.ledger.emplace();
+    std::uint64_t next = 100;
+    for (std::size_t i = 0; i <= static_cast<std::size_t>(LogCount::SinkFailed); ++i)
+        (*status.ledger)[static_cast<LogCount>(i)] = ++next;
+    (*status.ledger)[LogCount::MissingNumbers] = largest;
+    status.transfers = 5;
+    status.limits = {64, 8, 32};
 
     const ServiceStatus read = ServiceStatus::fromJson(status.toJson());
 
@@ -47,6 +54,30 @@ TEST(ServiceStatus, EveryMemberComesBackFromItsText)
     EXPECT_EQ(read.recorders[0].replays, 3U);
     EXPECT_EQ(read.recorders[1].capacity, 5U);
     EXPECT_EQ(read.counterSetKeys, status.counterSetKeys);
+    ASSERT_TRUE(read.ledger.has_value());
+    for (std::size_t i = 0; i <= static_cast<std::size_t>(LogCount::SinkFailed); ++i)
+        EXPECT_EQ((*read.ledger)[static_cast<LogCount>(i)],
+                  (*status.ledger)[static_cast<LogCount>(i)])
+            << i;
+    EXPECT_EQ(read.transfers, 5U);
+    EXPECT_EQ(read.limits.sinks, 64U);
+    EXPECT_EQ(read.limits.replays, 8U);
+    EXPECT_EQ(read.limits.transfers, 32U);
+}
+
+TEST(ServiceStatus, TheLedgersMembersHaveNamesThatScriptsReadAndAServiceWithoutOneHasNone)
+{
+    ServiceStatus status;
+    EXPECT_EQ(status.toJson().find("\"ledger\""), std::string::npos);
+    status.ledger.emplace();
+    (*status.ledger)[LogCount::Received] = 7;
+    (*status.ledger)[LogCount::RefusedContainer] = 3;
+    const std::string json = status.toJson();
+    EXPECT_NE(json.find("\"ledger\":{\"received\":\"7\",\"lost_in_socket\":\"0\","),
+              std::string::npos)
+        << json;
+    EXPECT_NE(json.find("\"refused_container\":\"3\""), std::string::npos);
+    EXPECT_EQ(json.find("queued"), std::string::npos) << "that is the window's";
 }
 
 TEST(ServiceStatus, WhatAnotherVersionLeavesOutIsNothing)
@@ -58,6 +89,8 @@ TEST(ServiceStatus, WhatAnotherVersionLeavesOutIsNothing)
     EXPECT_TRUE(read.sinks.empty());
     EXPECT_TRUE(read.recorders.empty());
     EXPECT_TRUE(read.counterSetKeys.empty());
+    EXPECT_FALSE(read.ledger.has_value());
+    EXPECT_EQ(read.limits.sinks, 0U);
 }
 
 TEST(ServiceStatus, AnEmptyServiceHasAText)

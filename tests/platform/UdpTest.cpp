@@ -8,6 +8,7 @@
 #include <signal.h>
 #include <sys/socket.h>
 
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
@@ -380,6 +381,39 @@ TEST(Ipv4Text, AddressesAreInHostOrder)
                              "01.2.3.4.", "1.2.3.-4"})
         EXPECT_EQ(parseIpv4(text), std::nullopt) << text;
     EXPECT_EQ(parseIpv4(std::string_view("1.2.3.4\0x", 9)), std::nullopt);
+}
+
+TEST(UdpSocket, TellsHowManyDatagramsItsFullBufferCost)
+{
+    UdpSocket receiver;
+    ASSERT_TRUE(receiver.open());
+    EXPECT_EQ(receiver.droppedCount(), 0U);
+    ASSERT_TRUE(receiver.setReceiveBufferSize(0x2000));
+    ASSERT_TRUE(receiver.setNonBlocking());
+    ASSERT_TRUE(receiver.bind({loopbackAddress, 0}));
+    UdpSocket sender;
+    ASSERT_TRUE(sender.open());
+    constexpr std::uint32_t sent = 500;
+    const char text[] = "a datagram";
+    for (std::uint32_t i = 0; i < sent; ++i)
+        ASSERT_TRUE(sender.send(text, sizeof text, receiver.boundAddress().value()));
+    std::uint32_t received = 0;
+    std::array<char, 100> buffer{};
+    while (receiver.receive(buffer.data(), buffer.size()).result == ReceiveResult::Datagram)
+        ++received;
+    EXPECT_GT(received, 0U);
+    EXPECT_LT(received, sent);
+    EXPECT_EQ(receiver.droppedCount(), sent - received);
+    EXPECT_EQ(receiver.droppedCount(), sent - received) << "asking changes nothing";
+}
+
+TEST(UdpSocket, OneThatIsClosedTellsNothingOfItsLosses)
+{
+    UdpSocket socket;
+    EXPECT_EQ(socket.droppedCount(), std::nullopt);
+    ASSERT_TRUE(socket.open());
+    socket.close();
+    EXPECT_EQ(socket.droppedCount(), std::nullopt);
 }
 
 } // namespace

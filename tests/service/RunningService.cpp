@@ -8,8 +8,8 @@
 namespace zuLogging::test {
 
 RunningService::RunningService(SinkList sinks, const std::string& folder,
-                               TransferBuffers::Clock clock)
-    : service_(std::move(sinks), folder, std::move(clock))
+                               TransferBuffers::Clock clock, std::shared_ptr<LogLedger> ledger)
+    : service_(std::move(sinks), folder, std::move(clock), std::move(ledger))
 {
     if (publisher_.publish(connectionInfoName(), encodeConnectionInfo(service_.boundAddress())) !=
         platform::SharedMemoryPublisher::Result::Published)

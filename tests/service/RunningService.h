@@ -12,7 +12,8 @@ public:
     /// `sinks` get every message directly, with nothing between that could lose one.
     /// `folder`: where the service keeps its configuration; nowhere when it is empty.
     explicit RunningService(SinkList sinks = {}, const std::string& folder = {},
-                            TransferBuffers::Clock clock = &std::chrono::steady_clock::now);
+                            TransferBuffers::Clock clock = &std::chrono::steady_clock::now,
+                            std::shared_ptr<LogLedger> ledger = nullptr);
 
     SocketAddress address() const { return service_.boundAddress(); }
 

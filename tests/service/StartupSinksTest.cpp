@@ -1,6 +1,6 @@
 #include "service/StartupSinks.h"
 
-#include "logging/LogMessageListener.h"
+#include "logging/ListenerLimits.h"
 #include "logging/LogMessageSinkFile.h"
 #include "logging/LogMessageSinkRecorder.h"
 #include "service/SinkNames.h"
@@ -111,17 +111,17 @@ TEST_F(StartupSinks, OneThatIsThereAlreadyIsNotMadeAgain)
     EXPECT_EQ(said[2], "Failed to make start-up sink 8 ('file'): there is one already\n");
 }
 
-TEST_F(StartupSinks, OfOneClassThereAreNoMoreThanRequestsCanAdd)
+TEST_F(StartupSinks, ThereAreNoMoreThanTheServiceAllows)
 {
     for (int port = 1; port <= 66; ++port)
         want(SinkType::Forwarder, "127.0.0.1:" + std::to_string(port));
     want(SinkType::Trace);
-    EXPECT_EQ(made().size(), LogMessageListener::maximumSinksOfOneClass + 1);
+    EXPECT_EQ(made().size(), ListenerLimits::careful().sinks);
     EXPECT_EQ(trace_.calls(),
-              (std::vector<std::string>{"Failed to make start-up sink 65 ('forward'): there are 64 "
-                                        "of this type already\n",
-                                        "Failed to make start-up sink 66 ('forward'): there are 64 "
-                                        "of this type already\n"}));
+              (std::vector<std::string>{
+                  "Failed to make start-up sink 65 ('forward'): there are 64 sinks already\n",
+                  "Failed to make start-up sink 66 ('forward'): there are 64 sinks already\n",
+                  "Failed to make start-up sink 67 ('trace'): there are 64 sinks already\n"}));
 }
 
 TEST_F(StartupSinks, TheirFileMayLieOutsideTheLogFolderAndHasItsLineLimit)

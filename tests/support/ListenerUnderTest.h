@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <exception>
+#include <memory>
 #include <utility>
 
 namespace zuLogging::test {
@@ -13,8 +14,9 @@ class ListenerUnderTest final : public LogMessageListener
 {
 public:
     explicit ListenerUnderTest(SinkList initial = {}, bool numbered = false,
-                               std::uint64_t firstNumber = 0)
-        : LogMessageListener(std::move(initial), firstNumber)
+                               std::uint64_t firstNumber = 0, ListenerLimits limits = {},
+                               std::shared_ptr<LogLedger> ledger = nullptr)
+        : LogMessageListener(std::move(initial), firstNumber, limits, std::move(ledger))
         , numbered_(numbered)
         , sinkCount_(sinks().size())
     {

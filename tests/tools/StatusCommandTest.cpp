@@ -40,6 +40,19 @@ ServiceStatus fullStatus()
                     {"forward", "127.0.0.1:5001", 8105, 0}};
     status.recorders = {{8120, 10000, 5, 1000, 1}, {0, 20, 0, 0, 0}};
     status.counterSetKeys = {1, 22, 18446744073709551615U};
+    status.ledger.emplace();
+    (*status.ledger)[LogCount::Received] = 1030;
+    (*status.ledger)[LogCount::Messages] = 1000;
+    (*status.ledger)[LogCount::Requests] = 20;
+    (*status.ledger)[LogCount::RefusedMagic] = 4;
+    (*status.ledger)[LogCount::RefusedRequest] = 1;
+    (*status.ledger)[LogCount::RefusedContainer] = 5;
+    (*status.ledger)[LogCount::LostInSocket] = 18446744073709551614U;
+    (*status.ledger)[LogCount::MissingNumbers] = 33;
+    (*status.ledger)[LogCount::RepeatedNumbers] = 2;
+    (*status.ledger)[LogCount::SinkFailed] = 6;
+    status.transfers = 1;
+    status.limits = {64, 8, 32};
     return status;
 }
 
@@ -60,6 +73,14 @@ TEST(StatusCommand, TellsEverythingThatTheServiceTells)
                            "version:      3.1.26\n"
                            "uptime:       2 d 03:04:05\n"
                            "messages:     18446744073709551615 taken, 12 dropped, 16216 forwarded\n"
+                           "received:     1030 datagrams: 1000 messages, 20 requests, 10 refused\n"
+                           "refused:      4 of no known protocol\n"
+                           "refused:      1 requests that failed\n"
+                           "refused:      5 messages of a wrong size\n"
+                           "lost:         18446744073709551614 in the socket's buffer, 33 missing "
+                           "in the senders' numbers\n"
+                           "repeated:     2 messages\n"
+                           "sinks failed: with 6 messages\n"
                            "forwarder:    127.0.0.1:5000, 8108 sent, 3 failed\n"
                            "forwarder:    127.0.0.1:5001, 8105 sent, 0 failed\n"
                            "sink:         file /var/log/a\\x0ab.log\n"
@@ -67,6 +88,7 @@ TEST(StatusCommand, TellsEverythingThatTheServiceTells)
                            "recorder:     8120 of 10000 messages, second kind 5 of 1000, 1 replay "
                            "under way\n"
                            "recorder:     0 of 20 messages, 0 replays under way\n"
+                           "limits:       64 sinks, 8 replays, 1 of 32 transfers\n"
                            "counter sets: 3 keys\n"
                            "              1 22 18446744073709551615\n");
 }

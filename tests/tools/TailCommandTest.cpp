@@ -18,6 +18,7 @@
 #include "tools/TailJsonSink.h"
 #include "tools/TailTextSink.h"
 
+#include <QElapsedTimer>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QStringList>
@@ -776,6 +777,95 @@ TEST(LogTail, WhatDoesNotFitIsDroppedToldWhileItHappensAndAtTheEnd)
     ASSERT_GE(notes.size(), 3);
     EXPECT_TRUE(
         notes[notes.size() - 2].endsWith(QStringLiteral("because standard output was too slow")));
+}
+
+/// A service that numbers its messages as it likes, from one socket.
+class NumberingSender
+{
+public:
+    explicit NumberingSender(const platform::SocketAddress& viewer)
+        : viewer_(viewer)
+    {
+    }
+    /// True once it is answered.
+    bool give(std::uint64_t senderNumber)
+    {
+        auto bytes = test::sampleContainer(senderNumber, std::to_string(senderNumber));
+        storeU64(bytes.data() + containerSenderMsgIdOffset, senderNumber);
+        return peer_
+            .ask(viewer_, magicLogMessage, 257,
+                 {reinterpret_cast<const char*>(bytes.data()), bytes.size()})
+            .has_value();
+    }
+
+private:
+    test::RawPeer peer_;
+    const platform::SocketAddress viewer_;
+};
+
+TEST(LogTail, MessagesThatNeverCameAreToldWhileItHappensAndAtTheEnd)
+{
+    const StandIn service;
+    RunningTail tail;
+    NumberingSender sender(service.viewer());
+    EXPECT_TRUE(sender.give(1));
+    EXPECT_TRUE(sender.give(2));
+    EXPECT_TRUE(sender.give(5));
+    const std::string first =
+        "zulog: 2 messages lost: 2 missing in the numbers of those that came\n";
+    EXPECT_TRUE(waitFor([&] { return tail.err.text() == first; })) << tail.err.text();
+    // Not told again while it stays; a sender that begins anew has lost nothing.
+    EXPECT_TRUE(sender.give(6));
+    EXPECT_TRUE(sender.give(6));
+    EXPECT_TRUE(sender.give(1));
+    const int asked = service.requests(289);
+    EXPECT_TRUE(waitFor([&] { return service.requests(289) >= asked + 2; }));
+    EXPECT_EQ(tail.err.text(), first);
+    EXPECT_EQ(tail.end(), "");
+    EXPECT_EQ(tail.err.text(), first + "zulog: 2 messages were lost on the way: 2 missing in the "
+                                       "numbers of those that came\n");
+    EXPECT_EQ(tail.out.messages(), (QStringList{"1", "2", "5", "6", "6", "1"}));
+}
+
+TEST(LogTail, LossesAreToldAtMostOnceASecondAlsoWhileTheServiceIsLookedForMoreOften)
+{
+    std::optional<StandIn> service(std::in_place);
+    RunningTail tail;
+    NumberingSender sender(service->viewer());
+    service.reset();
+    const auto told = [&](const char* text) {
+        return QString::fromStdString(tail.err.text()).count(QString::fromLatin1(text));
+    };
+    EXPECT_TRUE(waitFor([&] { return told("waiting for it to come back") == 1; }));
+    QElapsedTimer timer;
+    timer.start();
+    std::uint64_t number = 1;
+    while (told(" lost: ") < 3) {
+        ASSERT_LT(timer.elapsed(), 30000);
+        ASSERT_TRUE(sender.give(number));
+        number += 2;
+    }
+    EXPECT_GE(timer.elapsed(), 2000);
+    EXPECT_EQ(tail.end(), "");
+    const QString notes = QString::fromStdString(tail.err.text());
+    EXPECT_TRUE(notes.endsWith(
+        QStringLiteral("zulog: %1 messages were lost on the way: %1 missing in the numbers of "
+                       "those that came\n")
+            .arg(number / 2 - 1)))
+        << tail.err.text();
+}
+
+TEST(LogTail, OneLostMessageIsOneMessage)
+{
+    const StandIn service;
+    RunningTail tail;
+    NumberingSender sender(service.viewer());
+    EXPECT_TRUE(sender.give(1));
+    EXPECT_TRUE(sender.give(3));
+    EXPECT_EQ(tail.end(), "");
+    EXPECT_NE(tail.err.text().find("zulog: 1 message was lost on the way: 1 missing in the "
+                                   "numbers of those that came\n"),
+              std::string::npos);
 }
 
 TEST(LogTail, AClosedPipeEndsItQuietlyWithoutTraffic)

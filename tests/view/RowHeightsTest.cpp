@@ -10,6 +10,9 @@
 #include <QTest>
 #include <QWheelEvent>
 
+#include <cstdint>
+#include <limits>
+
 namespace zuLogging::test {
 namespace {
 
@@ -357,6 +360,45 @@ TEST_F(RowHeightsTest, ARowHigherThanTheViewIsShownFromItsBeginning)
     EXPECT_LE(table()->rowHeight(100), RowHeightFitter::maximumHeight);
     EXPECT_GE(topOf(100), 0);
     EXPECT_LT(topOf(100), viewHeight());
+}
+
+TEST_F(RowHeightsTest, HeightsOfAsManyRowsAsCanBeShownAddUpToAnInt)
+{
+    using Fitter = RowHeightFitter;
+    EXPECT_LE(std::int64_t{Fitter::maximumRows} * plain + 2 * Fitter::maximumExtraHeight,
+              std::int64_t{std::numeric_limits<int>::max()});
+    EXPECT_GE(Fitter::maximumRows, 100000000); // the most that can be set as the row limit
+    openWithRows(100);
+    table()->setRowHeight(5, 1000000);
+    EXPECT_EQ(table()->rowHeight(5), Fitter::maximumHeight);
+}
+
+TEST_F(RowHeightsTest, WhenTooManyHighRowsHaveBeenSeenAllBeginAnew)
+{
+    constexpr int high =
+        RowHeightFitter::maximumExtraHeight / (RowHeightFitter::maximumHeight - plain);
+    openWithRows(high + 1000);
+    QHeaderView* header = table()->verticalHeader();
+    view->setResizeRows(true);
+    const int rowCount = header->count();
+    header->setUpdatesEnabled(false);
+    for (int row = 0; row < high - 100; ++row)
+        header->resizeSection(row, RowHeightFitter::maximumHeight);
+    header->setUpdatesEnabled(true);
+    view->fullModel()->announceChanges(); // measures the rows in view
+    EXPECT_EQ(table()->rowHeight(high / 2), RowHeightFitter::maximumHeight); // not too many yet
+    view->setResizeRows(false);
+    EXPECT_EQ(header->length(), rowCount * plain);
+
+    view->setResizeRows(true);
+    header->setUpdatesEnabled(false);
+    for (int row = 900; row < high + 1000; ++row)
+        header->resizeSection(row, RowHeightFitter::maximumHeight);
+    header->setUpdatesEnabled(true);
+    view->fullModel()->announceChanges();
+    EXPECT_EQ(table()->rowHeight(high / 2), plain);
+    EXPECT_LT(header->length(), rowCount * plain + 100000);
+    expectVisibleRowsFitted();
 }
 
 TEST_F(RowHeightsTest, AnEmptyTableAndAClearedOneDoNoHarm)

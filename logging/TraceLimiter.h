@@ -11,8 +11,8 @@
 namespace zuLogging {
 
 /// Lets each kind of trace line through at most once a second, with the number of those held back
-/// since. A service says to its standard error what it refuses; whoever sends it rubbish must not
-/// be able to fill a disk with that.
+/// since. The programs say to their standard error what they refuse; whoever sends them rubbish
+/// must not be able to fill a disk with that.
 ///
 /// No lock: calls come one at a time.
 class TraceLimiter

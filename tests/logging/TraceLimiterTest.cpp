@@ -1,4 +1,4 @@
-#include "service/TraceLimiter.h"
+#include "logging/TraceLimiter.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,8 @@
-#include "service/LimitedTrace.h"
+#include "logging/LimitedTrace.h"
 
-#include "service/UnlimitedTrace.h"
+#include "logging/LogMessageSinkTrace.h"
+#include "logging/UnlimitedTrace.h"
+#include "tests/support/TestContainer.h"
 #include "tests/support/TraceCapture.h"
 
 #include <gtest/gtest.h>
@@ -41,6 +43,38 @@ TEST(LimitedTrace, WhatSomebodyAskedToSeeAppearsWholeAndAsItIs)
     for (int i = 0; i < 100; ++i)
         expected += "the same \u00e4\n";
     EXPECT_EQ(err.str(), expected);
+}
+
+TEST(LimitedTrace, WithoutANameTheLinesStayAsTheyAre)
+{
+    std::ostringstream err;
+    {
+        const LimitedTrace limited(err);
+        for (int i = 0; i < 3; ++i) {
+            trace(std::string_view("Received malformed input packet"));
+            trace(std::string_view("\n"));
+        }
+    }
+    EXPECT_EQ(err.str().find("Received malformed input packet\n"), 0U);
+}
+
+TEST(LimitedTrace, MessagesOfATraceSinkAreNotHeldBack)
+{
+    std::ostringstream err;
+    {
+        const LimitedTrace limited(err, "prog");
+        LogMessageSinkTrace sink;
+        for (int i = 0; i < 50; ++i)
+            sink.consume(test::TestContainer().text(1, "the same").view());
+        trace(std::string_view("a complaint\n"));
+    }
+    const std::string text = err.str();
+    std::size_t messages = 0;
+    for (std::size_t at = text.find("the same"); at != std::string::npos;
+         at = text.find("the same", at + 1))
+        ++messages;
+    EXPECT_EQ(messages, 50U);
+    EXPECT_EQ(text.find("prog: a complaint\n"), text.size() - 18);
 }
 
 TEST(LimitedTrace, TheTraceIsLimitedAgainWhenTheLastUnlimitedOneIsGoneAndForOtherThreads)

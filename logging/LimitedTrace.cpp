@@ -1,15 +1,14 @@
-#include "service/LimitedTrace.h"
+#include "logging/LimitedTrace.h"
 
-#include "service/UnlimitedTrace.h"
+#include "logging/UnlimitedTrace.h"
 
 #include <chrono>
-#include <utility>
 
 namespace zuLogging {
 
-LimitedTrace::LimitedTrace(std::ostream& err, std::string programName)
+LimitedTrace::LimitedTrace(std::ostream& err, const std::string& programName)
     : err_(err)
-    , prefix_(std::move(programName) + ": ")
+    , prefix_(programName.empty() ? std::string() : programName + ": ")
     // In one piece, so that the lines of several programs do not run into one another.
     , limiter_([this](const std::string& line) { err_ << prefix_ + line << std::flush; })
     , previous_(platform::setTraceHandler([this](std::string_view text) {
