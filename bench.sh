@@ -14,7 +14,7 @@ cd "$(dirname "$0")"
 . scripts/build-environment.sh
 
 every=(receiver decode store sort search json memory refresh resize_rows many_rows text_log start
-       end_to_end tail rules config)
+       end_to_end tail rules config logger)
 short=no
 names=()
 for word in "$@"; do
