@@ -1,0 +1,82 @@
+#pragma once
+
+#include <QCoreApplication>
+#include <QMetaObject>
+#include <QObject>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
+namespace zuLogging::test {
+
+/// Asks the window's thread, from a thread of its own, for an answer again and again and keeps the
+/// longest time that one took: how long the window would not have reacted to a click.
+class AnswerWatch
+{
+public:
+    using Milliseconds = std::chrono::duration<double, std::milli>;
+
+    AnswerWatch()
+        : thread_([this] { run(); })
+    {
+    }
+    ~AnswerWatch() { end(); }
+    AnswerWatch(const AnswerWatch&) = delete;
+    AnswerWatch& operator=(const AnswerWatch&) = delete;
+
+    /// Window's thread: the longest so far; a question that is still open counts.
+    Milliseconds longest()
+    {
+        end();
+        return longest_;
+    }
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    /// Window's thread.
+    void end()
+    {
+        {
+            const std::lock_guard<std::mutex> lock(mutex_);
+            ended_ = true;
+        }
+        changed_.notify_all();
+        if (thread_.joinable())
+            thread_.join();
+    }
+
+    void run()
+    {
+        std::unique_lock<std::mutex> lock(mutex_);
+        while (!ended_) {
+            answered_ = false;
+            const Clock::time_point asked = Clock::now();
+            QMetaObject::invokeMethod(
+                &receiver_,
+                [this] {
+                    const std::lock_guard<std::mutex> answerLock(mutex_);
+                    answered_ = true;
+                    changed_.notify_all();
+                },
+                Qt::QueuedConnection);
+            changed_.wait(lock, [this] { return answered_ || ended_; });
+            longest_ = std::max<Milliseconds>(longest_, Clock::now() - asked);
+            changed_.wait_for(lock, std::chrono::milliseconds(5), [this] { return ended_; });
+        }
+    }
+
+    QObject receiver_; ///< lives on the window's thread; questions still under way go with it
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    bool answered_ = false;
+    bool ended_ = false;
+    Milliseconds longest_{0};
+    std::thread thread_;
+};
+
+} // namespace zuLogging::test
