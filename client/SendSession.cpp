@@ -53,9 +53,12 @@ SendSession::SendSession(LoggerRegistry& registry, const Options& options)
     if (!queue_.allocate(options.queueBytes))
         throw std::bad_alloc();
     window_.reserve(ServiceLink::windowSize);
-    // Without a socket everything waits for ever, and the calls of the program go on.
-    if (socket_.open())
+    // Without a socket everything waits for ever, and the calls of the program go on. Left unbound,
+    // the first send would open it to every network of the machine.
+    if (socket_.open() && socket_.bind({platform::loopbackAddress, 0}))
         socket_.setNonBlocking();
+    else
+        socket_.close();
 }
 
 void SendSession::startThread() noexcept

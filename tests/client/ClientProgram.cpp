@@ -247,7 +247,7 @@ int poor()
     for (int i = 0; i < 1000; ++i)
         log.info("nowhere to go");
     const bool isTaken = zulog::flush(10ms);
-    ::setrlimit(RLIMIT_NOFILE, &usual); // for what sanitizers do at the end
+    ::setrlimit(RLIMIT_NOFILE, &usual);
     return isTaken ? 1 : 0;
 }
 

@@ -1,7 +1,10 @@
 // Every socket of the programs that can receive anything does so on 127.0.0.1 only.
 
+#include <zulog/Logger.h>
+
 #include "logging/LogClient.h"
 #include "tests/e2e/WindowTest.h"
+#include "tests/service/RunningService.h"
 #include "tests/service/ServiceProcess.h"
 #include "tests/support/FakeLogServer.h"
 #include "tests/support/TestEnvironment.h"
@@ -122,6 +125,16 @@ TEST(Sockets, AClientOfTheServiceIsReachedOnTheLoopbackOnly)
     client.command(makeRequest(
         magicLogMessage, static_cast<std::uint16_t>(LogMessageCommand::NoOperation), nullptr, 0));
     // The client's and the server's.
+    EXPECT_ON_LOOPBACK_ONLY(QCoreApplication::applicationPid(), 2);
+}
+
+TEST(Sockets, AProgramWithTheClientLibraryIsReachedOnTheLoopbackOnly)
+{
+    const RunningService service;
+    zulog::Logger log("Sockets", "test");
+    log.info("sent, so that the socket has an address");
+    ASSERT_TRUE(zulog::flush(std::chrono::seconds(20)));
+    // The library's and the service's.
     EXPECT_ON_LOOPBACK_ONLY(QCoreApplication::applicationPid(), 2);
 }
 
