@@ -2,6 +2,7 @@
 
 #include "app/MainView.h"
 #include "app/ProgramArguments.h"
+#include "app/Translations.h"
 #include "config/LogConfigData.h"
 #include "logging/ConnectionInfo.h"
 #include "platform/Desktop.h"
@@ -37,7 +38,8 @@ void createMainView(MainViewHolder& holder)
     } catch (const std::exception& error) {
         QMessageBox::critical(
             nullptr, QStringLiteral("Arvenza LogDesk"),
-            QStringLiteral(
+            QCoreApplication::translate(
+                "zuLogging::Application",
                 "Can't execute LogDesk. Please check if the log service is running. (%1)")
                 .arg(QString::fromUtf8(error.what())),
             QMessageBox::Ok);
@@ -86,10 +88,12 @@ int runApplication(int& argc, char** argv)
     platform::setProcessDpiAware();
     QCoreApplication::setAttribute(Qt::AA_DisableHighDpiScaling, true);
     QApplication application(argc, argv);
+    const Translations translations(QLocale::system().uiLanguages());
     QCoreApplication::addLibraryPath(QStringLiteral("./plugins"));
     QCoreApplication::setOrganizationName(QStringLiteral("Arvenza"));
     QCoreApplication::setOrganizationDomain(QStringLiteral("arvenza.example"));
     QCoreApplication::setApplicationName(QStringLiteral("LogDesk"));
+    QGuiApplication::setDesktopFileName(QStringLiteral("example.arvenza.LogDesk"));
     if (!arguments.readFiles(argc, argv, std::cerr))
         return exitStatusUsage;
     ViewSettings::instance().read();

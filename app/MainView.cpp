@@ -1,6 +1,7 @@
 #include "app/MainView.h"
 
 #include "app/ProductVersion.h"
+#include "app/UserGuide.h"
 #include "app/WindowGeometry.h"
 #include "config/LogConfigData.h"
 #include "config/LogConfigView.h"
@@ -37,6 +38,7 @@
 #include <QSignalBlocker>
 #include <QStatusBar>
 #include <QTimer>
+#include <QToolBar>
 #include <QUrl>
 
 namespace zuLogging {
@@ -81,6 +83,20 @@ bool acceptsCopy(QDropEvent& event)
     return true;
 }
 
+/// The tool bars are light gray in every theme, so what is written on them is dark in every theme.
+void writeDark(QToolBar* toolbar)
+{
+    QPalette palette = toolbar->palette();
+    for (const QPalette::ColorRole role :
+         {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
+        palette.setColor(role, Qt::black);
+        palette.setColor(QPalette::Disabled, role, QColor(80, 80, 80));
+    }
+    // Each by itself: from a widget with a style sheet nothing is inherited.
+    for (QWidget* written : toolbar->findChildren<QWidget*>())
+        written->setPalette(palette);
+}
+
 void bringToFront(QWidget* window)
 {
     window->show();
@@ -123,6 +139,10 @@ MainView::MainView(MainViewHolder* holder)
     configView_->setMode(expertModeAction_->isChecked() ? LogConfigView::Expert
                                                         : LogConfigView::User);
 
+    // The table was made before what stands above it.
+    setTabOrder(findChild<QWidget*>(QStringLiteral("filesCombo")), messageView_->table());
+    for (const char* name : {"logMessageToolbar", "configToolbar"})
+        writeDark(findChild<QToolBar*>(QLatin1String(name)));
     if (ViewSettings::instance().maximizedScreen)
         showMaximized();
     initialised_ = true;
@@ -301,8 +321,9 @@ void MainView::about()
 void MainView::openHelp()
 {
     const QString version = QString::fromStdString(GetARZVersionString());
-    QDesktopServices::openUrl(
-        QUrl(QString::fromLatin1(helpAddress).arg(version, 0, QLatin1Char(' '))));
+    const QUrl address(QString::fromLatin1(helpAddress).arg(version, 0, QLatin1Char(' ')));
+    if (!QDesktopServices::openUrl(address) && !UserGuide::show(this))
+        QMessageBox::information(this, tr("Open the Logging GUI User Guide"), address.toString());
 }
 
 void MainView::configViewChanged()
@@ -507,7 +528,10 @@ void MainView::resetViewSettings()
 {
     if (!messageView_)
         return;
+    const QPointer<MainView> self(this);
     messageView_->resetLayoutAndFilter();
+    if (!self)
+        return;
     dateAndTimeAction_->setChecked(true);
     resizeRowsAction_->setChecked(false);
     autoScrollAction_->setChecked(false);
@@ -571,6 +595,8 @@ bool MainView::shutDown()
 void MainView::closeEvent(QCloseEvent* event)
 {
     event->setAccepted(shutDown());
+    if (event->isAccepted() && messageView_)
+        messageView_->progress()->cancelAny();
 }
 
 void MainView::dragEnterEvent(QDragEnterEvent* event)

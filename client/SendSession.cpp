@@ -22,7 +22,7 @@ constexpr auto napLength = 5ms;
 constexpr auto napsFor = 100ms;
 constexpr auto connectInterval = 500ms;
 constexpr auto startInterval = 1s;
-constexpr auto troublePause = 100ms;
+constexpr auto failurePause = 100ms;
 /// A service may have been replaced by another since then.
 constexpr auto trustedFor = 1s;
 
@@ -138,7 +138,7 @@ void SendSession::run() noexcept
         try {
             step();
         } catch (const std::exception&) {
-            std::this_thread::sleep_for(troublePause); // no memory
+            std::this_thread::sleep_for(failurePause); // no memory
         }
     }
 }
@@ -298,7 +298,7 @@ void SendSession::waitFor(Rest kind, Clock::time_point until)
             break;
         }
         case platform::WaitResult::Failed:
-            std::this_thread::sleep_for(troublePause);
+            std::this_thread::sleep_for(failurePause);
             break;
         case platform::WaitResult::TimedOut:
         case platform::WaitResult::Woken:

@@ -14,6 +14,13 @@ if(LOGDESK_SANITIZE)
     target_compile_options(logdesk_options INTERFACE
         -fsanitize=${LOGDESK_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
     target_link_options(logdesk_options INTERFACE -fsanitize=${LOGDESK_SANITIZE})
+    # The compilers do not agree on a way to say so.
+    if(LOGDESK_SANITIZE MATCHES "address")
+        add_compile_definitions(LOGDESK_ADDRESS_SANITIZER)
+    endif()
+    if(LOGDESK_SANITIZE MATCHES "thread")
+        add_compile_definitions(LOGDESK_THREAD_SANITIZER)
+    endif()
 endif()
 
 # The programs and their libraries are hardened: stack protector, checked string functions, no fixed
@@ -59,14 +66,10 @@ function(logdesk_program name)
     target_link_libraries(${name} PRIVATE ${ARG_LINK} logdesk_hardening)
 endfunction()
 
-# Everything that the sanitizers run: the tests of the rooms without widgets, and what they start.
-add_custom_target(sanitized_tests)
-
 # logdesk_test(NAME SOURCES ... LINK ... [TIMEOUT seconds] [LABELS ...] [SERIAL]): one GoogleTest
 # program. LINK names logdesk_core_test_main or logdesk_gui_test_main. Every case becomes a ctest entry
 # of its own, run without a display; under the sanitizers, where a process takes long to start, every
-# program. Those of tests/platform, tests/logging and tests/store carry the label "sanitized". SERIAL:
-# nothing else runs meanwhile.
+# program. SERIAL: nothing else runs meanwhile.
 function(logdesk_test name)
     cmake_parse_arguments(ARG "SERIAL" "TIMEOUT" "SOURCES;LINK;LABELS" ${ARGN})
     if(NOT ARG_TIMEOUT)
@@ -74,10 +77,6 @@ function(logdesk_test name)
     endif()
     if(NOT ARG_SERIAL)
         set(ARG_SERIAL OFF)
-    endif()
-    if(CMAKE_CURRENT_SOURCE_DIR MATCHES "/tests/(platform|logging|store)$")
-        list(APPEND ARG_LABELS sanitized)
-        add_dependencies(sanitized_tests ${name})
     endif()
     add_executable(${name} ${ARG_SOURCES})
     target_link_libraries(${name} PRIVATE ${ARG_LINK} logdesk_test_support GTest::gtest)

@@ -31,6 +31,7 @@ void makeEditable(QComboBox* combo)
 {
     combo->setEditable(true);
     combo->lineEdit()->setMaxLength(longestText);
+    combo->lineEdit()->setAccessibleName(combo->accessibleName());
 }
 
 int indexOf(const QComboBox* combo, const QString& text)
@@ -83,8 +84,7 @@ InsertConfigDialog::InsertConfigDialog(
     setWindowFlags(windowFlags() & ~Qt::WindowContextHelpButtonHint);
     setModal(true);
 
-    const QString what = buildFields();
-    setWindowTitle((insert_ ? tr("Insert ") : tr("Modify ")) + what);
+    setWindowTitle(titleOf(buildFields()));
     finishLayout();
 
     connect(okButton_, SIGNAL(pressed()), this, SLOT(accept()));
@@ -93,27 +93,43 @@ InsertConfigDialog::InsertConfigDialog(
         connect(view_, SIGNAL(destroyed()), this, SLOT(reject()));
 }
 
-QString InsertConfigDialog::buildFields()
+/// Whole texts: other languages do not put the words in this order.
+QString InsertConfigDialog::titleOf(Fields fields) const
+{
+    switch (fields) {
+    case Fields::Comment:
+        return insert_ ? tr("Insert comment") : tr("Modify comment");
+    case Fields::Parameters:
+        return insert_ ? tr("Insert parameters") : tr("Modify parameters");
+    case Fields::Attributes:
+        return insert_ ? tr("Insert attributes") : tr("Modify attributes");
+    case Fields::User:
+        break;
+    }
+    return insert_ ? tr("Insert ") : tr("Modify ");
+}
+
+InsertConfigDialog::Fields InsertConfigDialog::buildFields()
 {
     const auto* tree = qobject_cast<const TreeModel*>(selected_.model());
     if (expert_ && tree != nullptr) {
         const TreeNode* node = tree->nodeOf(selected_);
         if (node->nodeKind() == TreeNode::Comment) {
             buildCommentField();
-            return tr("comment");
+            return Fields::Comment;
         }
         const TreeNode* parent = node->parent() == nullptr ? node : node->parent();
         if (parent->nodeKind() == TreeNode::ParameterSet) {
             buildParameterFields();
-            return tr("parameters");
+            return Fields::Parameters;
         }
         if (parent->nodeKind() == TreeNode::Attribute) {
             buildAttributeFields();
-            return tr("attributes");
+            return Fields::Attributes;
         }
     }
     buildUserFields();
-    return QString();
+    return Fields::User;
 }
 
 void InsertConfigDialog::buildUserFields()

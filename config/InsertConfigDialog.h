@@ -47,8 +47,16 @@ private:
     void buildParameterFields();
     void buildAttributeFields();
     void buildCommentField();
-    /// What the selection's node decides; the text is what the title ends in.
-    QString buildFields();
+    /// What is edited decides on the fields and the title.
+    enum class Fields
+    {
+        User,
+        Parameters,
+        Attributes,
+        Comment
+    };
+    Fields buildFields();
+    QString titleOf(Fields fields) const;
     void finishLayout();
 
     QComboBox* addCombo(const QString& label, const QString& name, const QStringList& entries);

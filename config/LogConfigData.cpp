@@ -18,8 +18,8 @@ constexpr const char* fixedModuleNames[] = {"ARZ",     "Brisket", "Corvane",
 
 QString loadFailure(const char* cause)
 {
-    return QStringLiteral("Failed to load the configuration file and modules (") +
-           QString::fromUtf8(cause) + QLatin1Char(')');
+    return LogConfigData::tr("Failed to load the configuration file and modules (%1)")
+        .arg(QString::fromUtf8(cause));
 }
 
 } // namespace
@@ -66,9 +66,8 @@ QString LogConfigData::loadConfiguration(const QString& path)
     }
     if (treeModel_->rowCount() != 0 || tableModel_->rowCount() != 0)
         replaceModels();
-    return path.isEmpty()
-               ? failure
-               : QStringLiteral("Failed to load the configuration from file '") + path + "'";
+    return path.isEmpty() ? failure
+                          : tr("Failed to load the configuration from file '%1'").arg(path);
 }
 
 QString LogConfigData::saveConfiguration()
@@ -79,8 +78,8 @@ QString LogConfigData::saveConfiguration()
     try {
         uploadConfiguration();
     } catch (const LogSvcError& error) {
-        return QStringLiteral("Failed to save the configuration file (") +
-               QString::fromUtf8(error.what()) + QLatin1Char(')');
+        return tr("Failed to save the configuration file (%1)")
+            .arg(QString::fromUtf8(error.what()));
     }
     modified_ = false;
     return QString();

@@ -2,6 +2,7 @@
 
 #include "config/LogConfigControl.h"
 
+#include <QCoreApplication>
 #include <QString>
 #include <QStringList>
 
@@ -16,6 +17,8 @@ class TreeModel;
 /// the configuration view shows, and whether it was changed here since. GUI thread only.
 class LogConfigData : public LogConfigControl
 {
+    Q_DECLARE_TR_FUNCTIONS(zuLogging::LogConfigData)
+
 public:
     /// Made on first use and kept until the process ends. Throws what the base's constructor
     /// throws; the next call then tries again.

@@ -349,6 +349,8 @@ bool LogConfigView::eventFilter(QObject* watched, QEvent* event)
     const bool isFloating = watched == floatingWindow_.get();
     if (event->type() == QEvent::Close && (isFloating || watched == dock_))
         Q_EMIT closeRequested();
+    if (event->type() == QEvent::Show && watched == dock_)
+        justShown_ = true;
     // By the window's own title bar.
     if (event->type() == QEvent::WindowStateChange && isFloating)
         setMaximized(floatingWindow_->isMaximized());
@@ -364,10 +366,17 @@ void LogConfigView::paintEvent(QPaintEvent*)
     if (!initialised_ || !dock_->isVisible())
         return;
     dock_->setVisible(true);
-    // Not away from what is inside of it: somebody may be typing there.
+    // Not away from what is inside of it: somebody may be typing there. And, unless it has just
+    // been shown, not from who goes through the window with the Tab key, which would never lead
+    // past it.
     const QWidget* focus = window()->focusWidget();
-    if (focus == nullptr || !dock_->isAncestorOf(focus))
-        dock_->setFocus();
+    const bool isTaken =
+        focus != nullptr && (dock_->isAncestorOf(focus) ||
+                             (!justShown_ && window()->testAttribute(Qt::WA_KeyboardFocusChange)));
+    // Not through a proxy of the dock's: Tab would then leave out its buttons.
+    if (!isTaken && innerWindow_->centralWidget() != nullptr)
+        innerWindow_->centralWidget()->setFocus();
+    justShown_ = false;
     dock_->raise();
 }
 
@@ -433,7 +442,6 @@ void LogConfigView::showCentral(QAbstractItemView* view)
     }
     innerWindow_->setCentralWidget(view);
     view->show();
-    dock_->setFocusProxy(view);
 }
 
 void LogConfigView::enableButtons(bool insert, bool remove, bool modify)

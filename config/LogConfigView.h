@@ -146,6 +146,7 @@ private:
     bool maximized_ = false;
     QRect normalGeometry_;     ///< of the separate window, while its own button has maximised it
     bool initialised_ = false; ///< the dock may be raised
+    bool justShown_ = true;    ///< the dock, and not painted since
     int mode_ = User;
 };
 

@@ -19,7 +19,8 @@ QString textOf(const std::string& utf8)
 std::unique_ptr<TreeNode> makeRoot()
 {
     return std::make_unique<TreeNode>(
-        QVector<QVariant>{QStringLiteral("Parameter"), QStringLiteral("Value")});
+        QVector<QVariant>{QT_TRANSLATE_NOOP("zuLogging::TreeModel", "Parameter"),
+                          QT_TRANSLATE_NOOP("zuLogging::TreeModel", "Value")});
 }
 
 void appendMembers(const PropertyTree& tree, TreeNode* node)
@@ -96,7 +97,9 @@ QVariant TreeModel::headerData(int section, Qt::Orientation orientation, int rol
 {
     if (orientation != Qt::Horizontal || role != Qt::DisplayRole)
         return {};
-    return root_->data(section);
+    // Translated where they are shown only: the document is the same in every language.
+    const QVariant text = root_->data(section);
+    return text.isValid() ? QVariant(tr(text.toString().toUtf8().constData())) : text;
 }
 
 bool TreeModel::setHeaderData(int section, Qt::Orientation orientation, const QVariant& value,

@@ -6,6 +6,7 @@
 #include "logging/LogClient.h"
 #include "logging/LogSvcError.h"
 
+#include <algorithm>
 #include <cstring>
 #include <deque>
 #include <mutex>
@@ -54,7 +55,7 @@ void checkOne(fuzz::FuzzInput& input)
     const std::size_t given = input.number(2);
     const std::string_view bytes = input.bytes(maximumPacket);
     Packet reply;
-    std::memcpy(reply.bytes(), bytes.data(), bytes.size());
+    std::copy(bytes.begin(), bytes.end(), reply.bytes());
     PacketHeader header = reply.header();
     if ((form & 1) != 0)
         header.magic = asked.magic;

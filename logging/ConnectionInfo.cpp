@@ -13,11 +13,11 @@ namespace {
 
 constexpr char defaultName[] = "zuLogSvcConnectionInfo";
 
-constexpr std::size_t magicOffset = 0;
-constexpr std::size_t versionOffset = 4;
-constexpr std::size_t sizeOffset = 8;
-constexpr std::size_t addressOffset = 12;
-constexpr std::size_t portOffset = 16;
+constexpr std::size_t magicInRecord = 0;
+constexpr std::size_t versionInRecord = 4;
+constexpr std::size_t sizeInRecord = 8;
+constexpr std::size_t addressInRecord = 12;
+constexpr std::size_t portInRecord = 16;
 
 LogSvcError connectFailure(const std::string& cause)
 {
@@ -38,11 +38,11 @@ std::string connectionInfoName()
 std::vector<std::uint8_t> encodeConnectionInfo(const SocketAddress& address)
 {
     std::vector<std::uint8_t> record(connectionInfoSize);
-    storeU32(record.data() + magicOffset, connectionInfoMagic);
-    storeU32(record.data() + versionOffset, connectionInfoVersion);
-    storeU32(record.data() + sizeOffset, static_cast<std::uint32_t>(connectionInfoSize));
-    storeU32(record.data() + addressOffset, address.address);
-    storeU64(record.data() + portOffset, address.port);
+    storeU32(record.data() + magicInRecord, connectionInfoMagic);
+    storeU32(record.data() + versionInRecord, connectionInfoVersion);
+    storeU32(record.data() + sizeInRecord, static_cast<std::uint32_t>(connectionInfoSize));
+    storeU32(record.data() + addressInRecord, address.address);
+    storeU64(record.data() + portInRecord, address.port);
     return record;
 }
 
@@ -61,13 +61,13 @@ SocketAddress readConnectionInfo(const std::string& name)
 
     const std::vector<std::uint8_t>& record = contents.bytes;
     if (record.size() < connectionInfoSize ||
-        loadU32(record.data() + magicOffset) != connectionInfoMagic ||
-        loadU32(record.data() + versionOffset) == 0 ||
-        loadU32(record.data() + sizeOffset) < connectionInfoSize)
+        loadU32(record.data() + magicInRecord) != connectionInfoMagic ||
+        loadU32(record.data() + versionInRecord) == 0 ||
+        loadU32(record.data() + sizeInRecord) < connectionInfoSize)
         throw LogSvcError("Failed to retrieve valid connection info");
     // Only the low 16 bits of the port's field have a meaning.
-    return SocketAddress{loadU32(record.data() + addressOffset),
-                         loadU16(record.data() + portOffset)};
+    return SocketAddress{loadU32(record.data() + addressInRecord),
+                         loadU16(record.data() + portInRecord)};
 }
 
 } // namespace zuLogging

@@ -1,5 +1,7 @@
 #include "logging/JsonLogReader.h"
 
+#include "logging/WorkControl.h"
+
 #include <QByteArray>
 #include <QIODevice>
 
@@ -23,7 +25,7 @@ namespace {
 using Byte = unsigned char;
 using Messages = std::vector<std::shared_ptr<LogMessage>>;
 
-constexpr int bufferSize = 1 << 16;
+constexpr int readAtOnce = 1 << 16;
 constexpr int endOfText = -1;
 constexpr std::size_t maximumDepth = 1024;
 /// A record counts its four texts in 32 bits, Qt's strings the bytes of each in 31.
@@ -35,9 +37,10 @@ constexpr std::size_t maximumMessages = std::numeric_limits<int>::max();
 class ByteSource
 {
 public:
-    explicit ByteSource(QIODevice& device)
+    ByteSource(QIODevice& device, WorkControl* control)
         : device_(&device)
-        , buffer_(bufferSize)
+        , control_(control)
+        , buffer_(readAtOnce)
     {
     }
     explicit ByteSource(std::string_view text)
@@ -69,7 +72,10 @@ private:
     {
         if (ended_)
             return false;
-        const qint64 count = device_->read(reinterpret_cast<char*>(buffer_.data()), bufferSize);
+        if (control_)
+            control_->report(static_cast<std::uint64_t>(device_->pos()),
+                             static_cast<std::uint64_t>(device_->size()));
+        const qint64 count = device_->read(reinterpret_cast<char*>(buffer_.data()), readAtOnce);
         failed_ = count < 0;
         ended_ = count <= 0;
         at_ = buffer_.data();
@@ -78,6 +84,7 @@ private:
     }
 
     QIODevice* device_ = nullptr;
+    WorkControl* control_ = nullptr;
     std::vector<Byte> buffer_;
     const Byte* at_ = nullptr;
     const Byte* end_ = nullptr;
@@ -270,9 +277,10 @@ std::uint64_t unsignedNumber(const NumberText& text)
 class Reader
 {
 public:
-    template <class Source>
-    Reader(Source&& source, Messages& messages)
-        : bytes_(std::forward<Source>(source))
+    /// `source` is what a ByteSource is made of.
+    template <class... Source>
+    explicit Reader(Messages& messages, Source&&... source)
+        : bytes_(std::forward<Source>(source)...)
         , messages_(messages)
     {
     }
@@ -700,10 +708,11 @@ private:
 
 } // namespace
 
-bool readJsonLog(QIODevice& device, std::vector<std::shared_ptr<LogMessage>>& messages)
+bool readJsonLog(QIODevice& device, std::vector<std::shared_ptr<LogMessage>>& messages,
+                 WorkControl* control)
 {
     Messages read;
-    Reader reader(device, read);
+    Reader reader(read, device, control);
     if (reader.readLog())
         messages = std::move(read);
     return !reader.deviceFailed();
@@ -719,7 +728,7 @@ std::vector<std::shared_ptr<LogMessage>> readJsonLog(QIODevice& device)
 std::shared_ptr<LogMessage> readJsonMessage(std::string_view json)
 {
     Messages read;
-    Reader reader(json, read);
+    Reader reader(read, json);
     return reader.readMessage() ? read.front() : nullptr;
 }
 

@@ -10,6 +10,8 @@ class QIODevice;
 
 namespace zuLogging {
 
+class WorkControl;
+
 /// Reads a log that JsonLogWriter wrote, or that a person edited since: an array with one object a
 /// message. The text is read in pieces, so that a log of any length takes no more memory than its
 /// records.
@@ -35,7 +37,10 @@ std::vector<std::shared_ptr<LogMessage>> readJsonLog(QIODevice& device);
 ///
 /// Messages without any content are one shared record, so that a file of nothing but empty elements
 /// does not take a hundred times its size.
-bool readJsonLog(QIODevice& device, std::vector<std::shared_ptr<LogMessage>>& messages);
+///
+/// With a `control` it tells how far it is in the device, and throws WorkCancelled.
+bool readJsonLog(QIODevice& device, std::vector<std::shared_ptr<LogMessage>>& messages,
+                 WorkControl* control = nullptr);
 
 /// Reads one message of such a log: the text of one object, with nothing but blanks (and a byte
 /// order mark) around it, by the same rules. Null when it is anything else. Throws std::bad_alloc.

@@ -15,7 +15,7 @@ namespace zuLogging {
 namespace {
 
 /// What is kept before it goes to the device.
-constexpr std::size_t bufferSize = 1 << 16;
+constexpr std::size_t writeAtOnce = 1 << 16;
 /// What one append may add to that.
 constexpr std::size_t spareSize = 2048;
 /// Units of a text that are written at a time: each takes at most six bytes.
@@ -102,7 +102,7 @@ bool isPlain(char16_t unit)
 JsonLogWriter::JsonLogWriter(QIODevice& device, Form form)
     : device_(device)
     , form_(form)
-    , buffer_(bufferSize + spareSize)
+    , buffer_(writeAtOnce + spareSize)
 {
     if (form_ == Form::Array)
         append("[\n");
@@ -154,7 +154,7 @@ bool JsonLogWriter::finish()
 
 char* JsonLogWriter::room()
 {
-    if (used_ >= bufferSize)
+    if (used_ >= writeAtOnce)
         empty();
     return buffer_.data() + used_;
 }

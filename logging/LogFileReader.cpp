@@ -2,7 +2,9 @@
 
 #include "logging/JsonLogReader.h"
 #include "logging/TextLogReader.h"
+#include "logging/WorkControl.h"
 
+#include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
 
@@ -20,6 +22,8 @@ using Messages = std::vector<std::shared_ptr<LogMessage>>;
 
 constexpr int beginningSize = 1 << 16;
 constexpr qint64 longestJsonLine = qint64{1} << 26;
+/// Bytes between two reports of how far the reading is.
+constexpr qint64 toldStep = 1 << 16;
 
 std::string_view withoutBlanks(std::string_view text)
 {
@@ -45,8 +49,9 @@ bool isOurs(const Messages& messages)
 }
 
 /// False when the file is anything else.
-bool readJsonLines(QFile& file, Messages& messages)
+bool readJsonLines(QFile& file, Messages& messages, WorkControl* control)
 {
+    qint64 told = 0;
     Messages read;
     QByteArray line;
     for (;;) {
@@ -54,6 +59,11 @@ bool readJsonLines(QFile& file, Messages& messages)
         line = file.readLine(longestJsonLine + 2);
         if (line.isEmpty())
             break;
+        if (control && file.pos() - told >= toldStep) {
+            told = file.pos();
+            control->report(static_cast<std::uint64_t>(told),
+                            static_cast<std::uint64_t>(file.size()));
+        }
         const std::string_view text =
             withoutBlanks({line.constData(), static_cast<std::size_t>(line.size())});
         if (text.empty())
@@ -72,13 +82,13 @@ bool readJsonLines(QFile& file, Messages& messages)
     return true;
 }
 
-bool readJson(QFile& file, std::string_view beginning, Messages& messages)
+bool readJson(QFile& file, std::string_view beginning, Messages& messages, WorkControl* control)
 {
     if (beginning.empty())
         return false;
     if (beginning.front() == '[')
-        return readJsonLog(file, messages) && isOurs(messages);
-    return beginning.front() == '{' && readJsonLines(file, messages);
+        return readJsonLog(file, messages, control) && isOurs(messages);
+    return beginning.front() == '{' && readJsonLines(file, messages, control);
 }
 
 /// A log without messages, as the window saves it.
@@ -89,20 +99,20 @@ bool isEmptyArray(std::string_view text)
 }
 
 QString readOpened(QFile& file, const QFileInfo& info, Messages& messages,
-                   std::uint64_t firstNumber)
+                   std::uint64_t firstNumber, WorkControl* control)
 {
     const QByteArray first = file.peek(beginningSize);
     const std::string_view beginning(first.constData(), static_cast<std::size_t>(first.size()));
     const std::string_view content = withoutBlanks(beginning);
     if (first.size() < beginningSize && isEmptyArray(content))
         return {};
-    if (readJson(file, content, messages))
+    if (readJson(file, content, messages, control))
         return {};
     messages.clear();
     if (!looksLikeText(beginning))
-        return QStringLiteral("It is not a text file.");
+        return QCoreApplication::translate("zuLogging::LogFileReader", "It is not a text file.");
     if (!file.seek(0) ||
-        !readTextLog(file, info.fileName().toStdU16String(), messages, firstNumber))
+        !readTextLog(file, info.fileName().toStdU16String(), messages, firstNumber, {}, control))
         return file.errorString();
     return {};
 }
@@ -110,22 +120,23 @@ QString readOpened(QFile& file, const QFileInfo& info, Messages& messages,
 } // namespace
 
 QString readLogFile(const QString& path, std::vector<std::shared_ptr<LogMessage>>& messages,
-                    std::uint64_t firstNumber)
+                    std::uint64_t firstNumber, WorkControl* control)
 {
     messages.clear();
     const QFileInfo info(path);
     if (info.isDir())
-        return QStringLiteral("It is a folder.");
+        return QCoreApplication::translate("zuLogging::LogFileReader", "It is a folder.");
     if (info.exists() && !info.isFile())
-        return QStringLiteral("It is not a regular file.");
+        return QCoreApplication::translate("zuLogging::LogFileReader", "It is not a regular file.");
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return file.errorString();
     try {
-        return readOpened(file, info, messages, firstNumber);
+        return readOpened(file, info, messages, firstNumber, control);
     } catch (const std::bad_alloc&) {
         messages.clear();
-        return QStringLiteral("There is not enough memory for it.");
+        return QCoreApplication::translate("zuLogging::LogFileReader",
+                                           "There is not enough memory for it.");
     }
 }
 

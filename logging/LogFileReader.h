@@ -10,6 +10,8 @@
 
 namespace zuLogging {
 
+class WorkControl;
+
 /// Reads a log file of any form. The content tells which, whatever the file is called:
 /// - a JSON log: one array (readJsonLog);
 /// - JSON lines: one such message a line, as `zulog tail --json` writes them; blank lines are
@@ -23,7 +25,9 @@ namespace zuLogging {
 /// Sets `messages`; when the file cannot be read it is empty, and the result
 /// says why in a sentence. Only regular files are opened: no pipe or device keeps the caller
 /// waiting. A file that grows or shrinks meanwhile gives what there was when it was read.
+///
+/// With a `control` it tells how far it is, and throws WorkCancelled, `messages` being empty then.
 QString readLogFile(const QString& path, std::vector<std::shared_ptr<LogMessage>>& messages,
-                    std::uint64_t firstNumber = 1);
+                    std::uint64_t firstNumber = 1, WorkControl* control = nullptr);
 
 } // namespace zuLogging

@@ -1,5 +1,6 @@
 #include "logging/TextLogReader.h"
 
+#include "logging/WorkControl.h"
 #include "platform/CodePage.h"
 #include "platform/Memory.h"
 
@@ -278,12 +279,13 @@ class Reader
 {
 public:
     Reader(QIODevice& device, std::u16string_view module, Messages& messages,
-           std::uint64_t firstNumber, const TextLogLimits& limits)
+           std::uint64_t firstNumber, const TextLogLimits& limits, WorkControl* control)
         : device_(device)
         , module_(module)
         , messages_(messages)
         , firstNumber_(firstNumber)
         , limits_(limits)
+        , control_(control)
         , memory_(limits)
         // A line, its carriage return and line feed: what tells whether it is too long.
         , buffer_(limits.line + 2 + limits.read)
@@ -312,6 +314,9 @@ private:
         if (kept != 0)
             std::memmove(buffer_.data(), begin_, kept);
         begin_ = buffer_.data();
+        if (control_)
+            control_->report(static_cast<std::uint64_t>(device_.pos()),
+                             static_cast<std::uint64_t>(device_.size()));
         const qint64 count = device_.read(buffer_.data() + kept, static_cast<qint64>(limits_.read));
         failed_ = count < 0;
         end_ = begin_ + kept + (count > 0 ? count : 0);
@@ -406,6 +411,7 @@ private:
     Messages& messages_;
     std::uint64_t firstNumber_;
     const TextLogLimits& limits_;
+    WorkControl* const control_;
     MemoryWatch memory_;
     std::vector<char> buffer_;
     const char* begin_ = nullptr;
@@ -423,10 +429,10 @@ private:
 } // namespace
 
 bool readTextLog(QIODevice& device, std::u16string_view module, Messages& messages,
-                 std::uint64_t firstNumber, const TextLogLimits& limits)
+                 std::uint64_t firstNumber, const TextLogLimits& limits, WorkControl* control)
 {
     Messages read;
-    if (!Reader(device, module, read, firstNumber, limits).read())
+    if (!Reader(device, module, read, firstNumber, limits, control).read())
         return false;
     messages = std::move(read);
     return true;

@@ -13,6 +13,8 @@ class QIODevice;
 
 namespace zuLogging {
 
+class WorkControl;
+
 /// What a text log is read with. The defaults are for everyone but tests.
 struct TextLogLimits
 {
@@ -45,10 +47,11 @@ struct TextLogLimits
 ///
 /// The device is read from where it stands to its end, through a buffer of a line's length.
 /// `messages` is empty before. False, and `messages` empty, when the device failed. Throws
-/// std::bad_alloc, also before the system runs out of memory, `messages` being empty then.
+/// std::bad_alloc, also before the system runs out of memory, `messages` being empty then. With a
+/// `control` it tells how far it is in the device, and throws WorkCancelled.
 bool readTextLog(QIODevice& device, std::u16string_view module,
                  std::vector<std::shared_ptr<LogMessage>>& messages, std::uint64_t firstNumber = 1,
-                 const TextLogLimits& limits = {});
+                 const TextLogLimits& limits = {}, WorkControl* control = nullptr);
 
 /// Whether a file that begins like this is a text at all: not when more than a sixteenth of its
 /// first 4096 bytes are NUL or other control characters that no text has.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -35,6 +36,9 @@ public:
     bool open();
     /// Where the new content goes. Valid once open.
     QIODevice& device();
+    /// To be called now and then between writes: the disk begins with what was written, so that a
+    /// commit of a large file has less to wait for.
+    void hastenCommit();
     /// Puts the new file in the place of the old one. False, with `error` filled and the old file
     /// in place, also when a write failed before. To be called once.
     bool commit();
@@ -45,6 +49,7 @@ private:
 
     std::unique_ptr<QSaveFile> file_;
     const Rights rights_;
+    std::int64_t hastened_ = 0; ///< bytes that the disk has been asked for
     std::string error_;
 };
 

@@ -1,16 +1,20 @@
 #!/usr/bin/env bash
-# Installs those of the named groups' packages that are missing: build, test, fuzz, bench, peers,
-# virtual-display.
+# Installs those of the named groups' packages that are missing: build, test, fuzz, bench, package,
+# peers, virtual-display.
 # Asks for no rights when everything is there already.
 set -euo pipefail
 
-build=(build-essential cmake ninja-build qtbase5-dev libboost-dev libboost-thread-dev
-       libboost-date-time-dev libboost-program-options-dev libjemalloc-dev)
+build=(build-essential cmake ninja-build qtbase5-dev qttools5-dev qttools5-dev-tools
+       libboost-dev libboost-thread-dev libboost-date-time-dev libboost-program-options-dev
+       libjemalloc-dev)
 test=(libgtest-dev libbenchmark-dev fonts-dejavu-core xvfb xdotool systemd groff-base
-      libspdlog-dev pkg-config)
+      libspdlog-dev pkg-config qttranslations5-l10n lintian desktop-file-utils appstream dpkg-dev
+      fakeroot file x11-utils dbus at-spi2-core)
 fuzz=(clang libclang-rt-14-dev)
 # What bench.sh needs, and what its figures stand beside where it is there.
 bench=(libbenchmark-dev libx11-dev fonts-dejavu-core xvfb xdotool jq)
+# What package.sh needs, and what looks at the packages.
+package=(lintian desktop-file-utils appstream dpkg-dev fakeroot file)
 peers=(lnav glogg xvfb xdotool)
 virtual_display=(xvfb xdotool imagemagick x11-utils fonts-dejavu-core)
 
@@ -21,6 +25,7 @@ for group in "$@"; do
         test) wanted+=("${test[@]}") ;;
         fuzz) wanted+=("${fuzz[@]}") ;;
         bench) wanted+=("${bench[@]}") ;;
+        package) wanted+=("${package[@]}") ;;
         peers) wanted+=("${peers[@]}") ;;
         virtual-display) wanted+=("${virtual_display[@]}") ;;
         *) echo "install-packages.sh: unknown group '$group'" >&2; exit 2 ;;

@@ -2,8 +2,10 @@
 
 #include "logging/LogMessageSecondaryListener.h"
 #include "logging/LogSvcError.h"
+#include "logging/WorkControl.h"
 #include "store/GUISink.h"
 #include "store/LogTableModel.h"
+#include "store/RowContent.h"
 #include "store/ViewSettings.h"
 
 #include <boost/thread/lock_guard.hpp>
@@ -18,9 +20,9 @@ namespace zuLogging {
 
 namespace {
 
-using Lock = boost::lock_guard<boost::mutex>;
+using RunLock = boost::lock_guard<boost::mutex>;
 using QueueLock = boost::lock_guard<platform::PriorityMutex>;
-using FilterGuard = boost::lock_guard<FairMutex>;
+using FilterGuard = boost::lock_guard<HandOverMutex>;
 
 constexpr std::chrono::milliseconds emptyQueueWait(100);
 /// Queued records that wake a waiting worker before its time.
@@ -29,8 +31,19 @@ constexpr std::size_t wakeLevel = 1024;
 /// step small, few enough to keep whoever waits for the filter's lock waiting for milliseconds.
 constexpr int fillBound = 1024;
 constexpr int exchangeBound = 4096;
+/// Rows that the filter looks at under one lock of the full model: a millisecond.
+constexpr int filterBound = 16384;
 
 } // namespace
+
+struct LogContainer::FilterChange
+{
+    bool isNew = false; ///< a filter that is not in force yet
+    MessageFilter filter;
+    PreparedFilter prepared{filter};
+    RowContent rows; ///< those that pass; once it is in force those before
+    RowsHold hold;   ///< the first to go
+};
 
 LogContainer::LogContainer()
 {
@@ -44,7 +57,7 @@ LogContainer::~LogContainer()
 {
     std::shared_ptr<LogMessageListener> listener;
     {
-        const Lock lock(runLock_);
+        const RunLock lock(runLock_);
         stopRequested_ = true;
         shuttingDown_ = true;
         listener = std::move(listener_);
@@ -84,7 +97,7 @@ bool LogContainer::startLogging(bool replay)
 {
     bool running = false;
     {
-        const Lock lock(runLock_);
+        const RunLock lock(runLock_);
         running = listener_ != nullptr;
     }
     if (running)
@@ -93,7 +106,7 @@ bool LogContainer::startLogging(bool replay)
     // Of the three flags this one alone: a worker that still drains ends the new run as well.
     std::list<Worker> ended;
     {
-        const Lock lock(runLock_);
+        const RunLock lock(runLock_);
         active_ = true;
         for (auto worker = workers_.begin(); worker != workers_.end();) {
             const auto next = std::next(worker);
@@ -107,7 +120,7 @@ bool LogContainer::startLogging(bool replay)
     std::shared_ptr<LogMessageListener> listener;
     try {
         listener = makeListener(replay);
-        const Lock lock(runLock_);
+        const RunLock lock(runLock_);
         if (active_) {
             workers_.emplace_back();
             Worker& worker = workers_.back();
@@ -135,7 +148,7 @@ void LogContainer::requestReplay()
 {
     std::shared_ptr<LogMessageListener> listener;
     {
-        const Lock lock(runLock_);
+        const RunLock lock(runLock_);
         listener = listener_;
     }
     if (auto* subscriber = dynamic_cast<LogMessageSecondaryListener*>(listener.get()))
@@ -147,7 +160,7 @@ void LogContainer::stopLogging()
     std::shared_ptr<LogMessageListener> listener;
     bool over = false;
     {
-        const Lock lock(runLock_);
+        const RunLock lock(runLock_);
         stopRequested_ = true;
         listener = std::move(listener_);
         over = !hasLivingWorker();
@@ -169,7 +182,7 @@ void LogContainer::stopLogging()
 void LogContainer::setShuttingDown()
 {
     {
-        const Lock lock(runLock_);
+        const RunLock lock(runLock_);
         if (!hasLivingWorker())
             return;
         shuttingDown_ = true;
@@ -276,7 +289,7 @@ void LogContainer::processMessages(Worker& self)
             waitForMessages();
             moveMessages();
         }
-        const Lock lock(runLock_); // so that a start or a stop comes before the end or after it
+        const RunLock lock(runLock_); // so that a start or a stop comes before the end or after it
         if (entered ? isOver() : !active_) {
             clearFlags();
             self.ended = true;
@@ -371,12 +384,6 @@ LogContainer::Messages LogContainer::passingAndCounted(const Messages& messages)
 
 // --- The filter and what it keeps
 
-MessageFilter LogContainer::filter() const
-{
-    const FilterGuard guard(filterLock_);
-    return filter_;
-}
-
 void LogContainer::setFilter(const QStringList& include, const QStringList& levels,
                              const QStringList& exclude, bool includeCase, bool excludeCase)
 {
@@ -387,49 +394,69 @@ void LogContainer::setFilter(const QStringList& include, const QStringList& leve
     filter.includeCase = includeCase ? Qt::CaseSensitive : Qt::CaseInsensitive;
     filter.excludeCase = excludeCase ? Qt::CaseSensitive : Qt::CaseInsensitive;
 
-    const auto store = [this, &filter] {
-        filter_ = filter;
-        preparedFilter_ = PreparedFilter(filter);
-        filtering_ = !filter.isEmpty();
-    };
-    if (filter.isEmpty() && filteredModel_) {
-        filteredModel_->reset([&] {
-            const FilterGuard guard(filterLock_);
-            filteredModel_->clearRows();
-            store();
-        });
+    if (!changesRows(filter))
+        return;
+    if (filteredModel_ && (fullModel_ || filter.isEmpty())) {
+        filteredModel_->reset([&] { putInForce(*prepareFilter(&filter, nullptr)); });
         return;
     }
-    if (filter == filter_)
-        return;
-    if (!fullModel_ || !filteredModel_) {
-        const FilterGuard guard(filterLock_);
-        store();
-        return;
-    }
-    filteredModel_->reset([&] {
-        const FilterGuard guard(filterLock_);
-        store();
-        fillFilteredModel();
-    });
+    const FilterGuard guard(filterLock_);
+    setFilterLocked(filter, PreparedFilter(filter));
+}
+
+bool LogContainer::changesRows(const MessageFilter& filter) const
+{
+    return (filter.isEmpty() && filteredModel_) || !(filter == filter_);
+}
+
+void LogContainer::setFilterLocked(const MessageFilter& filter, const PreparedFilter& prepared)
+{
+    filter_ = filter;
+    preparedFilter_ = prepared;
+    filtering_ = !filter.isEmpty();
 }
 
 void LogContainer::refilter()
 {
     if (!fullModel_ || !filteredModel_)
         return;
-    filteredModel_->reset([this] {
-        const FilterGuard guard(filterLock_);
-        fillFilteredModel();
-    });
+    filteredModel_->reset([this] { putInForce(*prepareFilter(nullptr, nullptr)); });
 }
 
-void LogContainer::fillFilteredModel()
+std::shared_ptr<LogContainer::FilterChange> LogContainer::prepareFilter(const MessageFilter* filter,
+                                                                        WorkControl* control) const
 {
-    filteredModel_->clearRows();
+    auto change = std::make_shared<FilterChange>();
+    change->hold = RowsHold(filterLock_);
+    change->isNew = filter != nullptr;
+    if (filter) {
+        change->filter = *filter;
+        change->prepared = PreparedFilter(*filter);
+        if (filter->isEmpty())
+            return change; // shows nothing, not everything
+    }
+    const PreparedFilter& prepared = filter ? change->prepared : preparedFilter_;
     const int count = fullModel_->messageCount();
-    for (int row = 0; row < count; row += fillBound)
-        filteredModel_->addMessages(passing(fullModel_->messagesFrom(row, fillBound)));
+    const auto keep = [&prepared](const LogMessage& message) { return prepared.passes(message); };
+    for (int row = 0; row < count; row += filterBound) {
+        for (auto& message : fullModel_->messagesFrom(row, filterBound, keep))
+            change->rows.add(std::move(message));
+        report(control, static_cast<std::uint64_t>(row), static_cast<std::uint64_t>(count));
+    }
+    return change;
+}
+
+void LogContainer::apply(FilterChange& change)
+{
+    filteredModel_->reset([this, &change] { putInForce(change); });
+}
+
+void LogContainer::putInForce(FilterChange& change)
+{
+    filteredModel_->exchangeRows(change.rows);
+    if (change.isNew)
+        setFilterLocked(change.filter, change.prepared);
+    change.hold.unlock();
 }
 
 void LogContainer::truncateTo(int count)
@@ -442,14 +469,21 @@ void LogContainer::truncateTo(int count)
     ledger_->add(LogCount::Cleared, static_cast<std::uint64_t>(surplus));
 }
 
-void LogContainer::clearModels()
+std::shared_ptr<void> LogContainer::clearModels()
 {
-    const auto clear = [this] {
+    struct Removed
+    {
+        RowContent filtered;
+        RowContent full;
+    };
+    const auto removed = std::make_shared<Removed>();
+    const auto clear = [this, &removed] {
         const FilterGuard guard(filterLock_);
         if (fullModel_)
-            ledger_->add(LogCount::Cleared, fullModel_->clearRows());
+            fullModel_->exchangeRows(removed->full);
+        ledger_->add(LogCount::Cleared, removed->full.messages.size());
         if (filteredModel_)
-            filteredModel_->clearRows();
+            filteredModel_->exchangeRows(removed->filtered);
     };
     const auto clearWithFiltered = [&] {
         if (filteredModel_)
@@ -461,6 +495,7 @@ void LogContainer::clearModels()
         fullModel_->reset(clearWithFiltered);
     else
         clearWithFiltered();
+    return removed;
 }
 
 void LogContainer::setShowFiltered(bool show)

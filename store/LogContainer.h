@@ -5,7 +5,7 @@
 #include "logging/LogMessage.h"
 #include "logging/LogMessageListener.h"
 #include "platform/PriorityMutex.h"
-#include "store/FairMutex.h"
+#include "store/HandOverMutex.h"
 #include "store/MessageFilter.h"
 #include "store/PreparedFilter.h"
 
@@ -13,6 +13,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <boost/thread/lock_types.hpp>
 #include <boost/thread/mutex.hpp>
 #include <boost/thread/thread.hpp>
 
@@ -26,6 +27,8 @@
 namespace zuLogging {
 
 class LogTableModel;
+class WorkControl;
+struct RowContent;
 
 /// The message store: the hand-over point between the thread that receives messages and the window.
 /// The receiving thread fills a bounded queue; a worker thread of the store's own moves the records
@@ -34,7 +37,9 @@ class LogTableModel;
 ///
 /// Locks, in the order in which they may be taken: `runLock_` (listener, workers), `filterLock_`
 /// (the filter and the moving of records: whoever holds it decides what the filtered model gets),
-/// a model's own lock, `queueLock_`. No signal is emitted while one of them is held.
+/// a model's own lock, `queueLock_`. No signal is emitted while one of them is held, but for a
+/// model's own when long work that was done beside it comes into force: who receives those changes
+/// neither filter nor rows.
 ///
 /// The worker takes what the queue holds, up to a bound, in one step. At the limit a step lets as
 /// many of the oldest go as it adds, under one hold of each model's lock, so that a reader never
@@ -101,19 +106,40 @@ public:
     /// GUI thread: replaces the filter and rebuilds the filtered model, unless nothing changed.
     void setFilter(const QStringList& include, const QStringList& levels,
                    const QStringList& exclude, bool includeCase, bool excludeCase);
-    MessageFilter filter() const;
+    /// GUI thread: whether setting this filter does anything.
+    bool changesRows(const MessageFilter& filter) const;
+    /// GUI thread.
+    const MessageFilter& filter() const { return filter_; }
     /// True if any of the three lists has an entry. Any thread.
     bool isFiltering() const { return filtering_; }
     /// GUI thread: rebuilds the filtered model from the full one.
     void refilter();
+
+    /// As long as it lives no record moves from the queue to the models. Whoever has it may hand it
+    /// to another thread; who changes the filter or clears the models meanwhile waits.
+    using RowsHold = boost::unique_lock<HandOverMutex>;
+    /// Any thread.
+    RowsHold holdRows() { return RowsHold(filterLock_); }
+    /// A filter with the rows that pass it, worked out beside the models. Holds the rows; freeing
+    /// it may take long.
+    struct FilterChange;
+    /// What `setFilter` would do, or without a filter `refilter`, on any thread while the window
+    /// goes on reading. Both models are there. Throws WorkCancelled.
+    std::shared_ptr<FilterChange> prepareFilter(const MessageFilter* filter,
+                                                WorkControl* control) const;
+    /// Puts it in force in a moment, and lets go of the rows. GUI thread.
+    void apply(FilterChange& change);
     /// GUI thread: keeps the newest `count` rows of the full model. Does not touch the filtered
     /// one.
     void truncateTo(int count);
-    /// GUI thread: empties both models; records still queued come afterwards.
-    void clearModels();
+    /// GUI thread: empties both models; records still queued come afterwards. What they held, for
+    /// whoever wants to free it elsewhere: of millions of rows that takes seconds.
+    std::shared_ptr<void> clearModels();
 
     /// GUI thread: which model the view shows; carries the sort state across.
     void setShowFiltered(bool show);
+    /// The same for one who has refiltered and sorted already.
+    void markShowFiltered(bool show) { showFiltered_ = show; }
     bool showFiltered() const { return showFiltered_; }
 
     // Display state, GUI thread.
@@ -160,7 +186,8 @@ private:
     Messages takeMessages(int count);
     Messages passing(const Messages& messages) const;
     Messages passingAndCounted(const Messages& messages);
-    void fillFilteredModel();
+    void putInForce(FilterChange& change);
+    void setFilterLocked(const MessageFilter& filter, const PreparedFilter& prepared);
 
     const std::shared_ptr<LogLedger> ledger_ = std::make_shared<LogLedger>();
     std::shared_ptr<LogMessageListener> listener_; ///< under runLock_
@@ -171,7 +198,7 @@ private:
     mutable boost::mutex runLock_;
     /// Fair, so that a worker under load, which lets go of it for an instant only, does not keep
     /// the window waiting.
-    mutable FairMutex filterLock_;
+    mutable HandOverMutex filterLock_;
     /// The receiving thread, of high priority, takes it for each message.
     mutable platform::PriorityMutex queueLock_;
     platform::PriorityCondition queueFilled_;       ///< with queueLock_
@@ -179,8 +206,8 @@ private:
     std::deque<std::shared_ptr<LogMessage>> queue_; ///< oldest first; under queueLock_
     QString errorText_;
     std::atomic<int> maximumMessages_{100000};
-    MessageFilter filter_; ///< this and the next: written by the GUI thread under filterLock_
-    PreparedFilter preparedFilter_{filter_};
+    MessageFilter filter_;                   ///< the GUI thread's
+    PreparedFilter preparedFilter_{filter_}; ///< written by the GUI thread under filterLock_
     std::atomic<bool> filtering_{false};
     bool showFiltered_ = false;
     std::atomic<bool> active_{false};

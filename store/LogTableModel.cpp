@@ -4,11 +4,13 @@
 #include "logging/JsonLogWriter.h"
 #include "logging/LogFileReader.h"
 #include "logging/LogMessageMatcher.h"
+#include "logging/WorkControl.h"
 #include "platform/Prefetch.h"
 #include "platform/SavedFile.h"
 #include "store/IdentifierList.h"
 #include "store/LogContainer.h"
 #include "store/LogField.h"
+#include "store/RowContent.h"
 #include "store/RowShifts.h"
 #include "store/SortedList.h"
 
@@ -21,6 +23,7 @@
 #include <algorithm>
 #include <array>
 #include <deque>
+#include <future>
 #include <iterator>
 #include <limits>
 #include <new>
@@ -35,11 +38,16 @@ using Lock = boost::lock_guard<FairMutex>;
 /// What a search looks at before it lets the worker have the lock: so many rows, or fewer when
 /// their texts are longer than so many characters a row.
 constexpr std::size_t searchSlice = 512;
+/// Rows from which on a second thread gains more than it takes to start.
+constexpr int worthASecondThread = 4096;
 constexpr std::size_t usualTexts = 1024;
 
 // What a time stamp cell shows instead of seconds.
 constexpr std::u16string_view referenceItself = u"*REF*";
 constexpr std::u16string_view noReference = u"-Invalid-";
+
+/// Rows that long work takes up or adds under one lock: a few milliseconds.
+constexpr int rowsAtOnce = 16384;
 
 /// Entries of a sort index that no row shows. At the row limit a sorted table gets one more with
 /// each message; beyond this many they are not kept.
@@ -76,6 +84,24 @@ std::u16string_view keptLevelCode(std::uint64_t level)
     }();
     return level < count ? std::u16string_view(codes[static_cast<std::size_t>(level)])
                          : std::u16string_view();
+}
+
+/// By stored row: its place in the order of a sort index, -1 for none. Empty when there is no
+/// order.
+template <class Index>
+std::vector<int> displayedRows(const Index& index, int count)
+{
+    std::vector<int> displayed;
+    const int entries = index.size();
+    if (entries == 0)
+        return displayed;
+    displayed.assign(static_cast<std::size_t>(count), -1);
+    for (int position = std::min(count, entries) - 1; position >= 0; --position) {
+        const int row = index.indexAt(position);
+        if (row < count)
+            displayed[static_cast<std::size_t>(row)] = position;
+    }
+    return displayed;
 }
 
 bool isNumberField(int field)
@@ -122,14 +148,34 @@ std::u16string_view textOf(const LogMessage& message, int field)
 
 } // namespace
 
+/// What a sort index's keys are made of. One index holds one kind, also when the time display has
+/// changed since it was built.
+struct LogTableModel::IndexKind
+{
+    int field = FieldNone;
+    bool inSeconds = false; ///< time stamps
+};
+
+struct LogTableModel::PreparedSort
+{
+    std::uint64_t version = 0; ///< of the rows that it was made of
+    int column = 0;
+    Qt::SortOrder order = Qt::AscendingOrder;
+    bool isNew = false; ///< an index of its own, not another order of the one that is there
+    IndexKind kind;
+    SortedList index;
+    SortedList::Order reordered;
+    std::vector<int> displayed; ///< by stored row: its place in the new order; empty: unsorted
+};
+
 struct LogTableModel::Rows
 {
     std::deque<std::shared_ptr<LogMessage>> messages; ///< in order of arrival
     IdentifierList identifiers;                       ///< of the same rows
     QList<int> columns;                               ///< fields, left to right
     SortedList sortIndex;                             ///< empty: unsorted
-    int indexField = FieldNone;                       ///< what the index's keys were made of
-    bool indexInSeconds = false;                      ///< time stamp keys were made in seconds
+    IndexKind indexKind;
+    std::uint64_t version = 0; ///< another one whenever rows, columns or their order change
     Qt::SortOrder sortOrder = Qt::AscendingOrder;
     int sortColumn = 0;
     QList<int> references{0}; ///< stored rows, ascending
@@ -306,6 +352,7 @@ void LogTableModel::insert(int row, std::shared_ptr<LogMessage> message)
     if (!message)
         return;
     row = std::min(row, rows_->count());
+    ++rows_->version;
     rows_->identifiers.insert(static_cast<std::size_t>(row), message->serviceMsgId());
     if (row < rows_->count())
         rows_->shifts.inserted(row, 1);
@@ -320,14 +367,14 @@ void LogTableModel::addToSortIndex(const std::shared_ptr<LogMessage>& message, i
         return;
     index.copyForgottenTexts();
     if (index.size() - rows_->count() < maximumHiddenEntries)
-        addKey(message, storedRow);
+        addKey(index, rows_->indexKind, message, storedRow);
 }
 
-void LogTableModel::addKey(const std::shared_ptr<LogMessage>& shared, int storedRow)
+void LogTableModel::addKey(SortedList& index, IndexKind kind,
+                           const std::shared_ptr<LogMessage>& shared, int storedRow) const
 {
-    SortedList& index = rows_->sortIndex;
     const LogMessage& message = *shared;
-    const int field = rows_->indexField;
+    const int field = kind.field;
     if (isNumberField(field)) {
         index.insertNumber(numberOf(message, field), storedRow);
     } else if (isTextField(field)) {
@@ -336,8 +383,7 @@ void LogTableModel::addKey(const std::shared_ptr<LogMessage>& shared, int stored
         index.insertSharedText(logLevelName(message.logLevel()), nullptr, storedRow);
     } else if (field == FieldLogLevelHex && !keptLevelCode(message.logLevel()).empty()) {
         index.insertSharedText(keptLevelCode(message.logLevel()), nullptr, storedRow);
-    } else if (field == FieldTimestamp && rows_->indexInSeconds) {
-        // One index holds one kind of key, also when the display has changed since it was built.
+    } else if (field == FieldTimestamp && kind.inSeconds) {
         float seconds = 0;
         secondsSinceReference(message, storedRow, seconds);
         index.insertReal(seconds, storedRow);
@@ -383,6 +429,7 @@ std::shared_ptr<LogMessage> LogTableModel::takeOldest(int& identifier)
         rows_->sortIndex.remove(rows_->sortIndex.firstPositionOfRowZero());
     std::shared_ptr<LogMessage> oldest = std::move(rows_->messages.front());
     identifier = static_cast<int>(static_cast<std::uint32_t>(oldest->serviceMsgId()));
+    ++rows_->version;
     rows_->messages.pop_front();
     rows_->identifiers.removeFirst();
     rows_->shifts.removed(0, 1);
@@ -406,6 +453,7 @@ std::shared_ptr<LogMessage> LogTableModel::takeByIdentifier(int identifier)
         return {};
     const auto place = rows_->messages.begin() + row;
     std::shared_ptr<LogMessage> found = std::move(*place);
+    ++rows_->version;
     rows_->messages.erase(place);
     rows_->identifiers.removeAt(static_cast<std::size_t>(row));
     rows_->shifts.removed(row, 1);
@@ -457,14 +505,20 @@ void LogTableModel::reset(const std::function<void()>& change)
 
 std::size_t LogTableModel::clearRows()
 {
-    std::deque<std::shared_ptr<LogMessage>> removed; // freed after the lock
+    RowContent removed; // freed after the lock
+    exchangeRows(removed);
+    return removed.messages.size();
+}
+
+void LogTableModel::exchangeRows(RowContent& rows)
+{
     const Lock lock(lock_);
-    removed.swap(rows_->messages);
-    rows_->identifiers.clear();
-    rows_->sortIndex.clear();
+    ++rows_->version;
+    rows_->messages.swap(rows.messages);
+    std::swap(rows_->identifiers, rows.identifiers);
+    std::swap(rows_->sortIndex, rows.sortIndex);
     rows_->sortColumn = -1;
     rows_->shifts.clear();
-    return removed.size();
 }
 
 // --- Rows looked up
@@ -485,6 +539,35 @@ std::vector<std::shared_ptr<LogMessage>> LogTableModel::messagesFrom(int first, 
         return {};
     const auto from = rows_->messages.begin() + begin;
     return {from, from + std::min(count, rows_->count() - begin)};
+}
+
+std::vector<std::shared_ptr<LogMessage>>
+LogTableModel::messagesFrom(int first, int count,
+                            const std::function<bool(const LogMessage&)>& keep) const
+{
+    const Lock lock(lock_);
+    const int begin = std::max(first, 0);
+    if (begin >= rows_->count() || count <= 0)
+        return {};
+    const auto kept = [&keep](auto from, const auto end) {
+        std::vector<std::shared_ptr<LogMessage>> messages;
+        for (; from != end; ++from) {
+            if (keep(**from))
+                messages.push_back(*from);
+        }
+        return messages;
+    };
+    const auto from = std::as_const(rows_->messages).begin() + begin;
+    const auto end = from + std::min(count, rows_->count() - begin);
+    // Looking at texts is waiting for memory: two wait at the same time.
+    if (end - from < worthASecondThread)
+        return kept(from, end);
+    const auto middle = from + (end - from) / 2;
+    auto second = std::async([&] { return kept(middle, end); });
+    std::vector<std::shared_ptr<LogMessage>> messages = kept(from, middle);
+    const std::vector<std::shared_ptr<LogMessage>> others = second.get();
+    messages.insert(messages.end(), others.begin(), others.end());
+    return messages;
 }
 
 int LogTableModel::storedRow(int displayedRow) const
@@ -794,6 +877,16 @@ QVariant LogTableModel::sortKey(int storedRow, int column) const
 
 void LogTableModel::sort(int column, Qt::SortOrder order)
 {
+    reorder(column, order, nullptr);
+}
+
+void LogTableModel::applySort(PreparedSort& prepared)
+{
+    reorder(prepared.column, prepared.order, &prepared);
+}
+
+void LogTableModel::reorder(int column, Qt::SortOrder order, PreparedSort* prepared)
+{
     {
         const Lock lock(lock_);
         if (column == rows_->sortColumn && order == rows_->sortOrder)
@@ -815,23 +908,31 @@ void LogTableModel::sort(int column, Qt::SortOrder order)
         rows_->shifts.clear();
         rows_->announcedHidden = rows_->hidden();
 
-        if (rows_->sortIndex.isEmpty() || column != rows_->sortColumn)
-            buildSortIndex(fieldAt(column));
-        rows_->sortIndex.sort(order);
+        const int count = rows_->count();
+        std::vector<int> displayed;
+        if (prepared && prepared->version == rows_->version) {
+            if (prepared->isNew) {
+                std::swap(rows_->sortIndex, prepared->index);
+                rows_->indexKind = prepared->kind;
+            } else {
+                rows_->sortIndex.setOrder(prepared->reordered);
+            }
+            displayed.swap(prepared->displayed);
+        } else {
+            if (rows_->sortIndex.isEmpty() || column != rows_->sortColumn) {
+                rows_->sortIndex.clear();
+                rows_->indexKind = {fieldAt(column), showsSeconds()};
+                reserveKeys(rows_->sortIndex, rows_->indexKind.field);
+                addKeys(rows_->sortIndex, rows_->indexKind, 0, count);
+            }
+            rows_->sortIndex.sort(order);
+            if (!before.isEmpty())
+                displayed = displayedRows(rows_->sortIndex, count);
+        }
+        ++rows_->version;
         rows_->sortColumn = column;
         rows_->sortOrder = order;
 
-        const int count = rows_->count();
-        std::vector<int> displayed;
-        if (!before.isEmpty() && !rows_->sortIndex.isEmpty()) {
-            displayed.assign(static_cast<std::size_t>(count), -1);
-            for (int position = std::min(count, rows_->sortIndex.size()) - 1; position >= 0;
-                 --position) {
-                const int row = rows_->sortIndex.indexAt(position);
-                if (row < count)
-                    displayed[static_cast<std::size_t>(row)] = position;
-            }
-        }
         after.reserve(before.size());
         for (int i = 0; i < before.size(); ++i) {
             int row = held[static_cast<std::size_t>(i)];
@@ -849,44 +950,86 @@ void LogTableModel::sort(int column, Qt::SortOrder order)
     Q_EMIT layoutChanged({}, VerticalSortHint);
 }
 
-void LogTableModel::buildSortIndex(int field)
+std::shared_ptr<LogTableModel::PreparedSort>
+LogTableModel::prepareSort(int column, Qt::SortOrder order, WorkControl& control) const
 {
-    rows_->sortIndex.clear();
-    rows_->indexField = field;
-    rows_->indexInSeconds = showsSeconds();
+    constexpr int keysEnd = 40;
+    constexpr int orderEnds = 95;
+    auto prepared = std::make_shared<PreparedSort>();
+    int count = 0;
+    {
+        const Lock lock(lock_);
+        prepared->version = rows_->version;
+        prepared->column = column;
+        prepared->order = order;
+        prepared->isNew = rows_->sortIndex.isEmpty() || column != rows_->sortColumn;
+        prepared->kind = {fieldAt(column), showsSeconds()};
+        count = rows_->count();
+        if (prepared->isNew)
+            reserveKeys(prepared->index, prepared->kind.field);
+    }
+    control.beginPart(0, keysEnd);
+    if (prepared->isNew) {
+        for (int row = 0; row < count; row += rowsAtOnce) {
+            control.report(static_cast<std::uint64_t>(row), static_cast<std::uint64_t>(count));
+            const Lock lock(lock_); // readers come in between
+            addKeys(prepared->index, prepared->kind, row,
+                    std::min({row + rowsAtOnce, count, rows_->count()}));
+        }
+        prepared->index.sort(order, &control);
+        control.beginPart(orderEnds, 100);
+        prepared->displayed = displayedRows(prepared->index, count);
+    } else {
+        prepared->reordered = rows_->sortIndex.sorted(order, &control);
+        control.beginPart(orderEnds, 100);
+        prepared->displayed = displayedRows(prepared->reordered, count);
+    }
+    control.report(1, 1);
+    return prepared;
+}
+
+void LogTableModel::reserveKeys(SortedList& index, int field) const
+{
     if (field < FieldServiceMsgID || field > FieldLogMessage)
         return;
     if (isTextField(field) || field == FieldLogLevel || field == FieldLogLevelHex)
-        rows_->sortIndex.reserveTexts(rows_->count());
+        index.reserveTexts(rows_->count());
     else
-        rows_->sortIndex.reserveNumbers(rows_->count());
-    if (isTextField(field)) {
-        addTextKeys(field);
-        return;
-    }
-    int row = 0;
-    for (const auto& message : rows_->messages)
-        addKey(message, row++);
+        index.reserveNumbers(rows_->count());
 }
 
-/// The keys of all rows. Messages lie scattered in memory: a block of them is read before any of
+/// The keys of the stored rows from `first` to before `last`.
+void LogTableModel::addKeys(SortedList& index, IndexKind kind, int first, int last) const
+{
+    if (kind.field < FieldServiceMsgID || kind.field > FieldLogMessage)
+        return;
+    if (isTextField(kind.field)) {
+        addTextKeys(index, kind.field, first, last);
+        return;
+    }
+    auto message = std::as_const(rows_->messages).begin() + first;
+    for (int row = first; row < last; ++row, ++message)
+        addKey(index, kind, *message, row);
+}
+
+/// The same of texts. Messages lie scattered in memory: a block of them is read before any of
 /// its counts of owners is changed, for the processor waits for many reads at once, but for each
 /// such change alone.
-void LogTableModel::addTextKeys(int field)
+void LogTableModel::addTextKeys(SortedList& index, int field, int firstRow, int lastRow) const
 {
     constexpr std::size_t block = 64;
     std::array<std::u16string_view, block> texts;
     const auto& messages = rows_->messages;
-    for (std::size_t first = 0; first < messages.size(); first += block) {
-        const std::size_t count = std::min(block, messages.size() - first);
+    const auto last = static_cast<std::size_t>(std::max(lastRow, 0));
+    for (auto first = static_cast<std::size_t>(firstRow); first < last; first += block) {
+        const std::size_t count = std::min(block, last - first);
         const std::size_t ahead = std::min(first + 2 * block, messages.size());
         for (std::size_t i = first + count; i < ahead; ++i)
             platform::prefetch(messages[i].get());
         for (std::size_t i = 0; i < count; ++i)
             texts[i] = textOf(*messages[first + i], field);
         for (std::size_t i = 0; i < count; ++i)
-            rows_->sortIndex.insertSharedText(texts[i], messages[first + i],
-                                              static_cast<int>(first + i));
+            index.insertSharedText(texts[i], messages[first + i], static_cast<int>(first + i));
     }
 }
 
@@ -955,6 +1098,7 @@ void LogTableModel::addColumn(int field)
     beginInsertColumns({}, count, count);
     {
         const Lock lock(lock_);
+        ++rows_->version;
         rows_->columns.append(field);
     }
     endInsertColumns();
@@ -975,6 +1119,7 @@ void LogTableModel::setColumns(const QList<int>& fields)
         {
             // The rows stay in the order that they are in, also when their sort column goes.
             const Lock lock(lock_);
+            ++rows_->version;
             rows_->columns.removeAt(column);
             if (rows_->sortColumn == column)
                 rows_->sortColumn = -1;
@@ -992,6 +1137,7 @@ void LogTableModel::setColumns(const QList<int>& fields)
     Q_EMIT layoutAboutToBeChanged({}, HorizontalSortHint);
     {
         const Lock lock(lock_);
+        ++rows_->version;
         rows_->columns = wanted;
         if (rows_->sortColumn >= 0 && rows_->sortColumn < unordered.size())
             rows_->sortColumn = wanted.indexOf(unordered.at(rows_->sortColumn));
@@ -1008,7 +1154,7 @@ void LogTableModel::setColumns(const QList<int>& fields)
 
 // --- Announcements
 
-bool LogTableModel::saveToJson(const QString& path) const
+bool LogTableModel::saveToJson(const QString& path, WorkControl* control) const
 {
     platform::SavedFile file(path);
     if (!file.open())
@@ -1021,11 +1167,18 @@ bool LogTableModel::saveToJson(const QString& path) const
             break;
         for (const std::shared_ptr<LogMessage>& message : messages)
             writer.add(*message);
+        file.hastenCommit();
+        report(control, static_cast<std::uint64_t>(row),
+               static_cast<std::uint64_t>(messageCount()));
     }
-    return writer.finish() && file.commit();
+    if (!writer.finish())
+        return false;
+    if (control)
+        control->commit();
+    return file.commit();
 }
 
-bool LogTableModel::loadFromJson(const QString& path)
+bool LogTableModel::loadFromJson(const QString& path, WorkControl* control)
 {
     QFile file(path);
     // A pipe could keep the window waiting for ever.
@@ -1033,35 +1186,47 @@ bool LogTableModel::loadFromJson(const QString& path)
         return false;
     try {
         std::vector<std::shared_ptr<LogMessage>> messages;
-        if (!readJsonLog(file, messages))
+        if (!readJsonLog(file, messages, control))
             return false;
-        addLoaded(messages);
+        addLoaded(messages, control);
     } catch (const std::bad_alloc&) { // a text or a log that memory does not hold
         return false;
     }
     return true;
 }
 
-void LogTableModel::addLoaded(const std::vector<std::shared_ptr<LogMessage>>& messages)
+void LogTableModel::addLoaded(const std::vector<std::shared_ptr<LogMessage>>& messages,
+                              WorkControl* control)
 {
-    addMessages(messages);
+    if (control)
+        control->commit(); // some of the rows are no more wanted than none
+    constexpr std::size_t slice = rowsAtOnce;
+    if (!control || messages.size() <= slice) {
+        addMessages(messages);
+    } else {
+        for (auto first = messages.begin(); first != messages.end();) {
+            const auto last = first + std::min<std::ptrdiff_t>(slice, messages.end() - first);
+            addMessages({first, last});
+            first = last;
+        }
+    }
     if (store_ && store_->fullModel() == this)
         store_->ledger()->add(LogCount::Loaded, messages.size());
 }
 
-QString LogTableModel::loadLog(const QString& path)
+QString LogTableModel::loadLog(const QString& path, WorkControl* control)
 {
     // Lines of a second file are not numbered like those of the first: a table that is sorted by
     // the number keeps each file together.
     const std::shared_ptr<LogMessage> last = messageAt(messageCount() - 1);
     std::vector<std::shared_ptr<LogMessage>> messages;
-    const QString cause = readLogFile(path, messages, last ? last->serviceMsgId() + 1 : 1);
+    const QString cause = readLogFile(path, messages, last ? last->serviceMsgId() + 1 : 1, control);
     if (!cause.isEmpty())
         return cause;
     try {
-        addLoaded(messages);
+        addLoaded(messages, control);
     } catch (const std::bad_alloc&) {
-        return QStringLiteral("There is not enough memory for it.");
+        return tr("There is not enough memory for it.");
     }
     return {};
 }

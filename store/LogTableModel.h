@@ -16,6 +16,9 @@ namespace zuLogging {
 
 class LogContainer;
 class LogMessageMatcher;
+class SortedList;
+class WorkControl;
+struct RowContent;
 
 /// Log messages as table rows: in order of arrival, or through a sort index.
 ///
@@ -48,6 +51,15 @@ public:
                         int role = Qt::DisplayRole) const override;
     Qt::ItemFlags flags(const QModelIndex& index) const override;
     void sort(int column, Qt::SortOrder order = Qt::AscendingOrder) override;
+    /// A sort that was worked out beside the rows. Freeing it may take long.
+    struct PreparedSort;
+    /// What `sort` would do, on any thread, while the window goes on reading; no row may come or go
+    /// meanwhile (LogContainer::holdRows), nor references or columns change. Throws WorkCancelled.
+    std::shared_ptr<PreparedSort> prepareSort(int column, Qt::SortOrder order,
+                                              WorkControl& control) const;
+    /// `sort` in a moment. If rows have come or gone since it was prepared it takes its time. GUI
+    /// thread.
+    void applySort(PreparedSort& prepared);
 
     /// All messages, shown or not. Any thread.
     int messageCount() const;
@@ -63,6 +75,9 @@ public:
     void addMessages(const std::vector<std::shared_ptr<LogMessage>>& messages);
     /// Inserts at a stored row; a negative row does nothing. Any thread.
     void insertMessage(int row, std::shared_ptr<LogMessage> message);
+    /// Has these rows from now on, unsorted, and gives those that it had. To be called from a
+    /// `reset`. Any thread.
+    void exchangeRows(RowContent& rows);
     /// Drops stored row 0 and returns the low 32 bits of its service message identifier; 0 if the
     /// model is empty. Any thread.
     int removeOldest();
@@ -84,6 +99,10 @@ public:
     std::shared_ptr<LogMessage> messageAt(int storedRow) const;
     /// Up to `count` messages from stored row `first` on, under one lock.
     std::vector<std::shared_ptr<LogMessage>> messagesFrom(int first, int count) const;
+    /// Those of them that `keep` wants, in order. With many, `keep` is asked on two threads at
+    /// once.
+    std::vector<std::shared_ptr<LogMessage>>
+    messagesFrom(int first, int count, const std::function<bool(const LogMessage&)>& keep) const;
     /// A displayed row's stored row: through the sort index, or itself when unsorted; -1 if out of
     /// range.
     int storedRow(int displayedRow) const;
@@ -124,17 +143,19 @@ public:
     /// Adds a field as the last column unless it is shown already. GUI thread, before any view.
     void addColumn(int field);
 
+    // With a `control` these tell how far they are, and throw WorkCancelled: the file, or the rows,
+    // are as they were then.
     /// Writes all messages in their order of arrival to a JSON file, replacing it when all is
     /// written. False, with the file as it was, when that fails. Any thread.
-    bool saveToJson(const QString& path) const;
+    bool saveToJson(const QString& path, WorkControl* control = nullptr) const;
     /// Appends the messages of a JSON file: all of them, or none when its text is not valid JSON or
     /// no array, which is no failure. False when the file cannot be read. No row is announced. The
-    /// store's ledger counts them when this is its model of all messages.
-    bool loadFromJson(const QString& path);
+    /// store's ledger counts them when this is its model of all messages. Any thread.
+    bool loadFromJson(const QString& path, WorkControl* control = nullptr);
     /// Appends the messages of a log file of any form (readLogFile): all of them, or none. Lines of
     /// text are numbered from 1, or from behind the last message that is there. Why there are none
-    /// in a sentence; empty when the file was read. No row is announced.
-    QString loadLog(const QString& path);
+    /// in a sentence; empty when the file was read. No row is announced. Any thread.
+    QString loadLog(const QString& path, WorkControl* control = nullptr);
 
     /// Tells the views that rows came or went. When unsorted, their selection and current cell
     /// stay with their messages, and go with those that went; when sorted they stay where they are.
@@ -169,11 +190,15 @@ private:
     };
     Reference secondsSinceReference(const LogMessage& message, int storedRow, float& seconds) const;
     bool referenceTime(int referenceRow, std::uint64_t& timestamp) const;
-    void addLoaded(const std::vector<std::shared_ptr<LogMessage>>& messages);
+    void addLoaded(const std::vector<std::shared_ptr<LogMessage>>& messages, WorkControl* control);
+    void reorder(int column, Qt::SortOrder order, PreparedSort* prepared);
     void addToSortIndex(const std::shared_ptr<LogMessage>& message, int storedRow);
-    void addKey(const std::shared_ptr<LogMessage>& message, int storedRow);
-    void buildSortIndex(int field);
-    void addTextKeys(int field);
+    struct IndexKind;
+    void addKey(SortedList& index, IndexKind kind, const std::shared_ptr<LogMessage>& message,
+                int storedRow) const;
+    void reserveKeys(SortedList& index, int field) const;
+    void addKeys(SortedList& index, IndexKind kind, int first, int last) const;
+    void addTextKeys(SortedList& index, int field, int first, int last) const;
     int fieldAt(int column) const;
     QString shownText(int displayedRow, int column) const;
     bool shownContains(const LogMessage* message, int storedRow, int field,

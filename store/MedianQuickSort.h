@@ -12,8 +12,11 @@ namespace zuLogging {
 /// The stack is logarithmic on any input. The time is quadratic on inputs made for that: `work` is
 /// how many entries may be looked at, all partitions together, and is counted down. False when that
 /// was not enough; the entries are all there then, in no order.
-template <class Item, class Before>
-bool medianQuickSort(Item* first, Item* last, Before before, std::size_t& work)
+///
+/// `watch(count)` is called before each partition of so many entries; it may throw, then too the
+/// entries are all there in no order.
+template <class Item, class Before, class Watch>
+bool medianQuickSort(Item* first, Item* last, Before before, std::size_t& work, Watch& watch)
 {
     using std::swap;
     for (;;) {
@@ -35,6 +38,7 @@ bool medianQuickSort(Item* first, Item* last, Before before, std::size_t& work)
         if (static_cast<std::size_t>(count) > work)
             return false;
         work -= static_cast<std::size_t>(count);
+        watch(static_cast<std::size_t>(count));
         swap(*middle, *pivot);
 
         Item* left = first;
@@ -59,15 +63,22 @@ bool medianQuickSort(Item* first, Item* last, Before before, std::size_t& work)
         // The sides do not influence each other: taking the smaller one first keeps the stack
         // small.
         if (left - first < last - (left + 1)) {
-            if (!medianQuickSort(first, left, before, work))
+            if (!medianQuickSort(first, left, before, work, watch))
                 return false;
             first = left + 1;
         } else {
-            if (!medianQuickSort(left + 1, last, before, work))
+            if (!medianQuickSort(left + 1, last, before, work, watch))
                 return false;
             last = left;
         }
     }
+}
+
+template <class Item, class Before>
+bool medianQuickSort(Item* first, Item* last, Before before, std::size_t& work)
+{
+    const auto nobody = [](std::size_t) {};
+    return medianQuickSort(first, last, before, work, nobody);
 }
 
 } // namespace zuLogging

@@ -1,5 +1,6 @@
 #include "store/SortedList.h"
 
+#include "logging/WorkControl.h"
 #include "store/MedianQuickSort.h"
 #include "store/TextOrder.h"
 
@@ -40,8 +41,45 @@ bool isBeforeInAll(Key a, Key b)
     return a < b;
 }
 
-template <class Item>
-void sortItems(std::vector<Item>& items, Qt::SortOrder order)
+// How much of a sort is behind it, in per cent, when its stages begin. Before the first of them
+// come the keys.
+constexpr int ranksBegin = 40;
+constexpr int quickSortBegins = 75;
+constexpr int quickSortEnds = 95;
+
+struct NoWatch
+{
+    void operator()(std::size_t) const {}
+};
+
+/// Tells how far a quicksort is by the entries that it has looked at.
+class QuickSortWatch
+{
+public:
+    QuickSortWatch(WorkControl& control, std::size_t count)
+        : control_(control)
+        , usual_(allowedWork(count) / 64)
+    {
+    }
+    void operator()(std::size_t count)
+    {
+        constexpr std::size_t worthTelling = 1 << 16;
+        looked_ += count;
+        if (looked_ - told_ < worthTelling)
+            return;
+        told_ = looked_;
+        control_.report(looked_, usual_);
+    }
+
+private:
+    WorkControl& control_;
+    const std::size_t usual_;
+    std::size_t looked_ = 0;
+    std::size_t told_ = 0;
+};
+
+template <class Item, class Watch>
+void sortItems(std::vector<Item>& items, Qt::SortOrder order, Watch watch)
 {
     Item* const first = items.data();
     Item* const last = first + items.size();
@@ -49,15 +87,26 @@ void sortItems(std::vector<Item>& items, Qt::SortOrder order)
     if (order == Qt::AscendingOrder) {
         if (!medianQuickSort(
                 first, last, [](const Item& a, const Item& b) { return isBefore(a.key, b.key); },
-                work))
+                work, watch))
             std::sort(first, last,
                       [](const Item& a, const Item& b) { return isBeforeInAll(a.key, b.key); });
     } else {
         if (!medianQuickSort(
                 first, last, [](const Item& a, const Item& b) { return isBefore(b.key, a.key); },
-                work))
+                work, watch))
             std::sort(first, last,
                       [](const Item& a, const Item& b) { return isBeforeInAll(b.key, a.key); });
+    }
+}
+
+template <class Item>
+void sortItems(std::vector<Item>& items, Qt::SortOrder order, WorkControl* control)
+{
+    if (control) {
+        control->beginPart(quickSortBegins, quickSortEnds);
+        sortItems(items, order, QuickSortWatch(*control, items.size()));
+    } else {
+        sortItems(items, order, NoWatch());
     }
 }
 
@@ -154,18 +203,11 @@ void SortedList::insertReal(float key, int row)
     rowZeroEntries_ += row == 0 ? 1 : 0;
 }
 
-int SortedList::rowAt(std::size_t position) const
-{
-    if (!textOrder_.empty())
-        return textOrder_[position].row;
-    return numbers_.empty() ? reals_[position].row : numbers_[position].row;
-}
-
 int SortedList::indexAt(int position) const
 {
     if (position < 0 || position >= size())
         return -1;
-    return rowAt(static_cast<std::size_t>(position));
+    return rowOf(textOrder_, numbers_, reals_, position);
 }
 
 bool SortedList::isEmpty() const
@@ -173,11 +215,23 @@ bool SortedList::isEmpty() const
     return textOrder_.empty() && numbers_.empty() && reals_.empty();
 }
 
+int SortedList::sizeOf(const std::vector<TextPosition>& texts,
+                       const std::vector<ListItem<quint64>>& numbers,
+                       const std::vector<ListItem<float>>& reals)
+{
+    if (!texts.empty())
+        return static_cast<int>(texts.size());
+    return static_cast<int>(numbers.empty() ? reals.size() : numbers.size());
+}
+
 int SortedList::size() const
 {
-    if (!textOrder_.empty())
-        return static_cast<int>(textOrder_.size());
-    return static_cast<int>(numbers_.empty() ? reals_.size() : numbers_.size());
+    return sizeOf(textOrder_, numbers_, reals_);
+}
+
+int SortedList::Order::size() const
+{
+    return sizeOf(texts_, numbers_, reals_);
 }
 
 void SortedList::clear()
@@ -210,28 +264,53 @@ void SortedList::remove(int position)
     }
 }
 
-void SortedList::sort(Qt::SortOrder order)
+void SortedList::sort(Qt::SortOrder order, WorkControl* control)
 {
     if (!textOrder_.empty())
-        sortTexts(order);
+        textOrder_ = sortedTexts(order, control);
     else if (!numbers_.empty())
-        sortItems(numbers_, order);
+        sortItems(numbers_, order, control);
     else
-        sortItems(reals_, order);
+        sortItems(reals_, order, control);
+}
+
+SortedList::Order SortedList::sorted(Qt::SortOrder order, WorkControl* control) const
+{
+    Order sorted;
+    if (!textOrder_.empty()) {
+        sorted.texts_ = sortedTexts(order, control);
+    } else if (!numbers_.empty()) {
+        sorted.numbers_ = numbers_;
+        sortItems(sorted.numbers_, order, control);
+    } else {
+        sorted.reals_ = reals_;
+        sortItems(sorted.reals_, order, control);
+    }
+    return sorted;
+}
+
+void SortedList::setOrder(Order& order)
+{
+    textOrder_.swap(order.texts_);
+    numbers_.swap(order.numbers_);
+    reals_.swap(order.reals_);
 }
 
 /// Texts are sorted by their ranks: that gives the order that the texts themselves would, with
 /// numbers to be compared and small entries to be swapped.
-void SortedList::sortTexts(Qt::SortOrder order)
+std::vector<SortedList::TextPosition> SortedList::sortedTexts(Qt::SortOrder order,
+                                                              WorkControl* control) const
 {
     const std::size_t count = textOrder_.size();
     TextOrder texts;
+    if (control)
+        control->beginPart(ranksBegin, quickSortBegins);
     {
         std::vector<std::u16string_view> views;
         views.reserve(count);
         for (const TextPosition& position : textOrder_)
             views.push_back(texts_[position.item].text());
-        texts = orderTexts(views);
+        texts = orderTexts(views, control);
     }
     const bool ascending = order == Qt::AscendingOrder;
     if (texts.distinct == count) {
@@ -239,19 +318,18 @@ void SortedList::sortTexts(Qt::SortOrder order)
         std::vector<TextPosition> sorted(count);
         for (std::size_t i = 0; i < count; ++i)
             sorted[ascending ? texts.ranks[i] : count - 1 - texts.ranks[i]] = textOrder_[i];
-        textOrder_ = std::move(sorted);
-        return;
+        return sorted;
     }
 
     std::vector<ListItem<std::uint32_t>> items(count); // rows are places in textOrder_ here
     for (std::size_t i = 0; i < count; ++i)
         items[i] = {texts.ranks[i], static_cast<int>(i)};
     texts = {};
-    sortItems(items, order);
+    sortItems(items, order, control);
     std::vector<TextPosition> sorted(count);
     for (std::size_t i = 0; i < count; ++i)
         sorted[i] = textOrder_[static_cast<std::size_t>(items[i].row)];
-    textOrder_ = std::move(sorted);
+    return sorted;
 }
 
 int SortedList::firstPositionOfRowZero() const
@@ -260,7 +338,7 @@ int SortedList::firstPositionOfRowZero() const
         return -1;
     const int count = size();
     for (int position = 0; position < count; ++position)
-        if (rowAt(static_cast<std::size_t>(position)) == 0)
+        if (rowOf(textOrder_, numbers_, reals_, position) == 0)
             return position;
     return -1;
 }

@@ -6,12 +6,15 @@
 #include <QVariant>
 #include <Qt>
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string_view>
 #include <vector>
 
 namespace zuLogging {
+
+class WorkControl;
 
 /// The sort index of a table model: one (key, row number) entry a row. Sorts with a median-of-three
 /// quicksort that is not stable: the order of rows with equal keys is part of what users see, so
@@ -23,8 +26,32 @@ namespace zuLogging {
 /// model rebuilds the list at the next change of the sort column. No lock of its own.
 class SortedList
 {
+    /// What the order is made of.
+    struct TextPosition
+    {
+        std::uint32_t item; ///< in texts_
+        int row;
+    };
+
 public:
+    /// The entries in another order, worked out beside a list for its `setOrder`.
+    class Order
+    {
+    public:
+        int size() const;
+        /// The row number of the entry at `position`, which is there.
+        int indexAt(int position) const { return rowOf(texts_, numbers_, reals_, position); }
+
+    private:
+        friend SortedList;
+        std::vector<TextPosition> texts_;
+        std::vector<ListItem<quint64>> numbers_;
+        std::vector<ListItem<float>> reals_;
+    };
+
     SortedList() = default;
+    SortedList(SortedList&&) = default;
+    SortedList& operator=(SortedList&&) = default;
     virtual ~SortedList();
 
     /// Appends an entry to the list of the key's type: QString, qulonglong or float. A key of any
@@ -52,7 +79,13 @@ public:
     int size() const;
     void clear();
     void remove(int position);
-    void sort(Qt::SortOrder order);
+    /// With a `control` it tells how far it is; when it throws WorkCancelled the list is good for
+    /// nothing but to be cleared.
+    void sort(Qt::SortOrder order, WorkControl* control = nullptr);
+    /// What `sort` would make of the list as it is. The list must not change meanwhile.
+    Order sorted(Qt::SortOrder order, WorkControl* control) const;
+    /// Takes the order over that was made of this list as it is; `order` gets the one before.
+    void setOrder(Order& order);
 
     /// The first position whose row number is 0; -1, at once, when no entry has it.
     int firstPositionOfRowZero() const;
@@ -68,16 +101,21 @@ private:
 
         std::u16string_view text() const { return {units, length}; }
     };
-    /// What the order is made of.
-    struct TextPosition
-    {
-        std::uint32_t item; ///< in texts_
-        int row;
-    };
 
     void addText(TextItem item, int row);
-    void sortTexts(Qt::SortOrder order);
-    int rowAt(std::size_t position) const;
+    std::vector<TextPosition> sortedTexts(Qt::SortOrder order, WorkControl* control) const;
+    static int sizeOf(const std::vector<TextPosition>& texts,
+                      const std::vector<ListItem<quint64>>& numbers,
+                      const std::vector<ListItem<float>>& reals);
+    static int rowOf(const std::vector<TextPosition>& texts,
+                     const std::vector<ListItem<quint64>>& numbers,
+                     const std::vector<ListItem<float>>& reals, int position)
+    {
+        const auto at = static_cast<std::size_t>(position);
+        if (!texts.empty())
+            return texts[at].row;
+        return numbers.empty() ? reals[at].row : numbers[at].row;
+    }
 
     std::vector<TextItem> texts_;          ///< in no order; they stay where they are
     std::vector<TextPosition> textOrder_;  ///< the entries with text keys

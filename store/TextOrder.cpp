@@ -1,6 +1,8 @@
 #include "store/TextOrder.h"
 
+#include "logging/WorkControl.h"
 #include "platform/Prefetch.h"
+#include "store/SortInPieces.h"
 
 #include <algorithm>
 #include <array>
@@ -16,6 +18,8 @@ using Texts = std::vector<std::u16string_view>;
 
 /// Units that are compared as one number.
 constexpr std::size_t unitsInCache = 4;
+/// Texts between two reports of how far the work is.
+constexpr std::size_t reportedTexts = 1 << 16;
 
 /// The four units from `depth` on, most significant first; those behind the end count as 0.
 std::uint64_t cacheOf(std::u16string_view text, std::size_t depth)
@@ -45,7 +49,7 @@ class FewTexts
 {
 public:
     /// False, early, when there are too many different ones.
-    bool collect(const Texts& texts, std::vector<std::uint32_t>& numbers)
+    bool collect(const Texts& texts, std::vector<std::uint32_t>& numbers, WorkControl* control)
     {
         numbers.resize(texts.size());
         // The texts lie scattered in memory: first only read, many at a time, since the processor
@@ -55,6 +59,8 @@ public:
         for (std::size_t first = 0; first < texts.size(); first += block) {
             const std::size_t count = std::min(block, texts.size() - first);
             const std::size_t ahead = std::min(first + 2 * block, texts.size());
+            if (first % reportedTexts == 0)
+                report(control, first, texts.size());
             for (std::size_t i = first + count; i < ahead; ++i)
                 platform::prefetch(texts[i].data());
             for (std::size_t i = 0; i < count; ++i)
@@ -112,8 +118,9 @@ private:
 class Sorter
 {
 public:
-    explicit Sorter(const Texts& texts)
+    Sorter(const Texts& texts, WorkControl* control)
         : texts_(texts)
+        , control_(control)
         , items_(texts.size())
         , startsGroup_(texts.size(), 1)
     {
@@ -128,6 +135,12 @@ public:
         while (!ranges_.empty()) {
             const Range range = ranges_.back();
             ranges_.pop_back();
+            // What lies behind the ranges that are left is in order.
+            const std::size_t ordered = items_.size() - range.last;
+            if (control_ && ordered - told_ >= reportedTexts) {
+                told_ = ordered;
+                control_->report(ordered, items_.size());
+            }
             sortRange(range);
         }
         TextOrder order;
@@ -178,8 +191,14 @@ private:
         const auto begin = items_.begin() + static_cast<std::ptrdiff_t>(range.first);
         const auto end = items_.begin() + static_cast<std::ptrdiff_t>(range.last);
         const auto byCache = [](const Item& a, const Item& b) { return a.cache < b.cache; };
-        if (!std::is_sorted(begin, end, byCache))
-            std::sort(begin, end, byCache);
+        if (!std::is_sorted(begin, end, byCache)) {
+            if (control_ && range.last - range.first >= reportedTexts)
+                sortInPieces(begin, end, byCache, [this, &range](std::uint64_t sorted) {
+                    control_->report(items_.size() - range.last + sorted, items_.size());
+                });
+            else
+                std::sort(begin, end, byCache);
+        }
 
         std::size_t first = range.first;
         while (first < range.last) {
@@ -221,6 +240,8 @@ private:
     }
 
     const Texts& texts_;
+    WorkControl* const control_;
+    std::size_t told_ = 0; ///< texts in order at the last report
     std::vector<Item> items_;
     std::vector<std::uint8_t> startsGroup_; ///< in sorted order: differs from the one before
     std::vector<Range> ranges_;
@@ -228,12 +249,12 @@ private:
 
 } // namespace
 
-TextOrder orderTexts(const std::vector<std::u16string_view>& texts)
+TextOrder orderTexts(const std::vector<std::u16string_view>& texts, WorkControl* control)
 {
     FewTexts few;
     std::vector<std::uint32_t> numbers;
-    if (!few.collect(texts, numbers))
-        return Sorter(texts).run();
+    if (!few.collect(texts, numbers, control))
+        return Sorter(texts, control).run();
 
     const Texts& found = few.found();
     std::vector<std::uint32_t> byText(found.size());

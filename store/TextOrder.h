@@ -6,6 +6,8 @@
 
 namespace zuLogging {
 
+class WorkControl;
+
 /// Where each of many texts stands among them in ascending order of UTF-16 code units.
 struct TextOrder
 {
@@ -15,7 +17,8 @@ struct TextOrder
 };
 
 /// Takes time in proportion to what has to be read of the texts to tell them apart, and n log n
-/// beyond that, whatever the input; the stack is flat. At most 2^32 - 1 texts.
-TextOrder orderTexts(const std::vector<std::u16string_view>& texts);
+/// beyond that, whatever the input; the stack is flat. At most 2^32 - 1 texts. With a `control` it
+/// tells how far it is, and throws WorkCancelled.
+TextOrder orderTexts(const std::vector<std::u16string_view>& texts, WorkControl* control = nullptr);
 
 } // namespace zuLogging

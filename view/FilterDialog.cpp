@@ -18,6 +18,7 @@
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <initializer_list>
 
 namespace zuLogging {
 
@@ -35,12 +36,13 @@ struct LevelBox
     int column;
 };
 
-constexpr std::array<LevelBox, 6> levelBoxes{{{"Info (info)", "info", 1, 0},
-                                              {"Warning (warn)", "warn", 1, 1},
-                                              {"Error (err)", "err", 1, 2},
-                                              {"Fatal (fatal)", "fatal", 2, 0},
-                                              {"Debug (debug)", "debug", 2, 1},
-                                              {"Trace (trace)", "trace", 2, 2}}};
+constexpr std::array<LevelBox, 6> levelBoxes{
+    {{QT_TRANSLATE_NOOP("zuLogging::FilterDialog", "Info (info)"), "info", 1, 0},
+     {QT_TRANSLATE_NOOP("zuLogging::FilterDialog", "Warning (warn)"), "warn", 1, 1},
+     {QT_TRANSLATE_NOOP("zuLogging::FilterDialog", "Error (err)"), "err", 1, 2},
+     {QT_TRANSLATE_NOOP("zuLogging::FilterDialog", "Fatal (fatal)"), "fatal", 2, 0},
+     {QT_TRANSLATE_NOOP("zuLogging::FilterDialog", "Debug (debug)"), "debug", 2, 1},
+     {QT_TRANSLATE_NOOP("zuLogging::FilterDialog", "Trace (trace)"), "trace", 2, 2}}};
 
 QPushButton* makeButton(const QString& text, const QString& name, QWidget* parent)
 {
@@ -129,6 +131,11 @@ QGroupBox* FilterDialog::makeGroup(const QString& title, const QString& name, QL
     QPushButton* addButton = makeButton(tr("Add"), name + QStringLiteral("Add"), group);
     QPushButton* removeButton = makeButton(tr("Remove"), name + QStringLiteral("Remove"), group);
     caseBox->setObjectName(name + QStringLiteral("Case"));
+    // Both groups have these: whoever does not see the frames has to be told which one it is.
+    for (QAbstractButton* button :
+         std::initializer_list<QAbstractButton*>{addButton, removeButton, caseBox})
+        button->setAccessibleName(
+            tr("%1: %2", "a button and its group").arg(button->text(), title));
     list->setObjectName(name + QStringLiteral("List"));
     list->setAccessibleName(title);
     list->setSortingEnabled(true);

@@ -12,7 +12,7 @@
 namespace zuLogging {
 
 namespace {
-constexpr int buttonWidth = 100;
+constexpr int goToButtonWidth = 100;
 constexpr int highestLine = 100000000;
 } // namespace
 
@@ -35,11 +35,11 @@ GoToDialog::GoToDialog(QWidget* parent)
 
     auto* goButton = new QPushButton(tr("Go"), this);
     goButton->setObjectName(QStringLiteral("goToGo"));
-    goButton->setMaximumWidth(buttonWidth);
+    goButton->setMaximumWidth(goToButtonWidth);
     goButton->setDefault(true);
     auto* closeButton = new QPushButton(tr("Close"), this);
     closeButton->setObjectName(QStringLiteral("goToClose"));
-    closeButton->setMaximumWidth(buttonWidth);
+    closeButton->setMaximumWidth(goToButtonWidth);
 
     auto* grid = new QGridLayout;
     grid->addWidget(label, 0, 0);

@@ -32,6 +32,7 @@
 #include <QMessageBox>
 #include <QResizeEvent>
 #include <QScrollBar>
+#include <QShortcut>
 #include <QSignalBlocker>
 #include <QStatusBar>
 #include <QTextDocument>
@@ -90,6 +91,27 @@ std::shared_ptr<LogContainer> storeOf(const LogViewHost* host)
     return store ? store : std::make_shared<LogContainer>();
 }
 
+QString nameOf(const QString& path)
+{
+    return QFileInfo(path).fileName();
+}
+
+/// What a click on the header of the current cell's column does, for who has no mouse.
+void addSortKey(QTableView* table)
+{
+    auto* key = new QShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S), table, nullptr,
+                              nullptr, Qt::WidgetShortcut);
+    QObject::connect(key, &QShortcut::activated, table, [table] {
+        QHeaderView* header = table->horizontalHeader();
+        const int column = table->currentIndex().column();
+        if (column < 0)
+            return;
+        const bool again = column == header->sortIndicatorSection() &&
+                           header->sortIndicatorOrder() == Qt::AscendingOrder;
+        header->setSortIndicator(column, again ? Qt::DescendingOrder : Qt::AscendingOrder);
+    });
+}
+
 /// One row of cells as text, left to right, each followed by a tab; ends with a newline.
 void appendRow(QString& text, const LogTableModel& model, int row, int columns)
 {
@@ -98,6 +120,42 @@ void appendRow(QString& text, const LogTableModel& model, int row, int columns)
         text += QLatin1Char('\t');
     }
     text += QLatin1Char('\n');
+}
+
+/// All rows, also those in front of the ones shown, as text; `take` is given one at a time and says
+/// whether it wants more.
+template <class Take>
+void eachRow(const LogTableModel& model, WorkControl& control, Take take)
+{
+    constexpr int toldRows = 1024;
+    const int first = -model.hiddenRows();
+    const int end = model.rowCount();
+    const int columns = model.columnCount();
+    QString line;
+    for (int row = first; row < end; ++row) {
+        if ((row - first) % toldRows == 0)
+            control.report(static_cast<std::uint64_t>(row - first),
+                           static_cast<std::uint64_t>(end - first));
+        line.resize(0); // keeps its memory
+        appendRow(line, model, row, columns);
+        if (!take(line))
+            return;
+    }
+}
+
+void appendAsText(QFile& file, const LogTableModel& model, WorkControl& control)
+{
+    QTextStream stream(&file);
+    stream << "************************************\n"
+              "ARZ LogDesk 3.1.26\n"
+              "Arvenza\n"
+              "Copyright (c) 2026 The LogDesk developers\n"
+              "************************************\n";
+    // A stream that has failed would gather the rest in memory.
+    eachRow(model, control, [&stream](const QString& line) {
+        stream << line;
+        return stream.status() == QTextStream::Ok;
+    });
 }
 
 // The boxes live on the heap, not on the stack as those of Qt's static calls do: the view may be
@@ -154,6 +212,7 @@ LogMessageView::LogMessageView(QStatusBar* statusBar, QWidget* parent)
     , filterDialog_(new FilterDialog(this))
     , goToDialog_(new GoToDialog(this))
     , updateTimer_(new QTimer(this))
+    , progress_(new WorkProgress(statusBar, this))
     , autoScroll_(ViewSettings::instance().autoScrollEnabled)
 {
     setObjectName(QStringLiteral("logMessageView"));
@@ -186,6 +245,7 @@ LogMessageView::LogMessageView(QStatusBar* statusBar, QWidget* parent)
 LogMessageView::~LogMessageView()
 {
     updateTimer_->stop();
+    progress_->abandon();
     if (stopThread_.joinable())
         stopThread_.join();
     store_->disconnect(this);
@@ -265,7 +325,8 @@ void LogMessageView::buildToolbar()
     filterBox_ = new QCheckBox(tr("Filter"), this);
     filterBox_->setObjectName(QStringLiteral("filterBox"));
     filterBox_->setStatusTip(tr("Enable / disable filtering"));
-    filterBox_->setChecked(ViewSettings::instance().filterEnabled);
+    filterBoxChecked_ = ViewSettings::instance().filterEnabled;
+    filterBox_->setChecked(filterBoxChecked_);
     toolbar_->addWidget(filterBox_);
     toolbar_->addSeparator();
 
@@ -334,18 +395,18 @@ void LogMessageView::setUpTable()
     // Enabling the sorting sorts at once: by the column and order that leave the rows as they came.
     QHeaderView* header = table_->horizontalHeader();
     header->setSortIndicator(0, Qt::AscendingOrder);
-    // A click on the header sorts through the table's own connection, which is made here: one
-    // connection before and one after it put the wait cursor around the sort.
-    connect(header, &QHeaderView::sortIndicatorChanged, this,
-            [] { QApplication::setOverrideCursor(Qt::WaitCursor); });
     table_->setSortingEnabled(true);
-    connect(header, &QHeaderView::sortIndicatorChanged, this,
-            [] { QApplication::restoreOverrideCursor(); });
+    // The table's own connection would sort while the window waits.
+    disconnect(header, SIGNAL(sortIndicatorChanged(int, Qt::SortOrder)), table_, nullptr);
+    connect(header, &QHeaderView::sortIndicatorChanged, this, &LogMessageView::sortByHeader);
     table_->setSelectionMode(QAbstractItemView::ExtendedSelection);
     table_->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
     table_->setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
     header->setStretchLastSection(true);
     table_->setContextMenuPolicy(Qt::CustomContextMenu);
+    // Tab leads on to the next widget; the arrow keys go from cell to cell.
+    table_->setTabKeyNavigation(false);
+    addSortKey(table_);
     setShowLineNumbers(showLineNumbers_);
     rowHeights_ = new RowHeightFitter(table_);
     for (LogTableModel* model : {fullModel_, filteredModel_})
@@ -370,6 +431,11 @@ void LogMessageView::makeConnections()
     for (LogTableModel* model : {fullModel_, filteredModel_})
         connect(model, &LogTableModel::firstRowsGone, this, &LogMessageView::deselectFirstRows);
     connect(updateTimer_, SIGNAL(timeout()), this, SLOT(updateView()));
+    connect(progress_, &WorkProgress::ended, this, [this] {
+        // Not at once: the slot that the work is for has not ended.
+        if (std::exchange(stopWasTold_, false))
+            QMetaObject::invokeMethod(this, "updateViewAfterStop", Qt::QueuedConnection);
+    });
     connect(filterBox_, SIGNAL(stateChanged(int)), this, SLOT(enableFilter(int)));
     connect(filterDialog_, SIGNAL(accepted()), this, SLOT(setFilter()));
     connect(findDialog_, SIGNAL(clearSearch()), this, SLOT(clearSearch()));
@@ -510,9 +576,9 @@ void LogMessageView::tellHostButtonStates()
 {
     if (!host_)
         return;
-    setActionEnabled(host_->replayAction(), startButton_->isEnabled());
-    setActionEnabled(host_->startAction(), startButton_->isEnabled());
-    setActionEnabled(host_->stopAction(), stopButton_->isEnabled());
+    setActionEnabled(host_->replayAction(), startButton_->isEnabledTo(this));
+    setActionEnabled(host_->startAction(), startButton_->isEnabledTo(this));
+    setActionEnabled(host_->stopAction(), stopButton_->isEnabledTo(this));
 }
 
 void LogMessageView::showStatus(const QString& text)
@@ -523,7 +589,8 @@ void LogMessageView::showStatus(const QString& text)
 
 bool LogMessageView::isStopping() const
 {
-    return !startButton_->isEnabled() && !stopButton_->isEnabled();
+    // By their own state: during long work the whole view is disabled.
+    return !startButton_->isEnabledTo(this) && !stopButton_->isEnabledTo(this);
 }
 
 // The end of a stop may be told more than once, or without a stop: the cursor goes once.
@@ -540,6 +607,8 @@ void LogMessageView::setWaitingForStop(bool waiting)
 
 void LogMessageView::startLoggingClicked(bool replayLogHistory)
 {
+    if (isBusy())
+        return;
     if (host_ && host_->isConfigurationModified()) {
         const QPointer<LogMessageView> self(this);
         const auto answer = showBox(
@@ -566,14 +635,16 @@ void LogMessageView::startLoggingClicked(bool replayLogHistory)
 
     stopLoggingClicked();
     showBox(this, QMessageBox::Warning, tr("Start Logging"),
-            tr("Failed to start the logging (") + store_->takeErrorText() + QLatin1Char(')'));
+            tr("Failed to start the logging (%1)").arg(store_->takeErrorText()));
 }
 
 void LogMessageView::stopLoggingClicked()
 {
+    if (isBusy())
+        return;
     // One stop at a time: a thread of an earlier one is at its end, or is this stop already.
     const bool underWay = isStopping();
-    const bool stopEnabled = stopButton_->isEnabled();
+    const bool stopEnabled = stopButton_->isEnabledTo(this);
     stopButton_->setEnabled(false);
     tellHostButtonStates();
     showStatus(tr("Logging stopped. Waiting for queue..."));
@@ -594,9 +665,13 @@ void LogMessageView::stopLoggingClicked()
 
 void LogMessageView::updateViewAfterStop()
 {
+    if (isBusy()) {
+        stopWasTold_ = true;
+        return;
+    }
     // The store also tells it when nothing ran, as the window closes: then the widths are as the
     // user left them.
-    const bool hadBegun = !startButton_->isEnabled();
+    const bool hadBegun = !startButton_->isEnabledTo(this);
     refresh();
     if (host_) {
         setActionEnabled(host_->filterAction(), true);
@@ -668,46 +743,184 @@ void LogMessageView::refresh()
 
 void LogMessageView::messageViewClearClicked()
 {
+    if (isBusy())
+        return;
     filesCombo_->clear();
     infoToolbar_->hide();
-    store_->clearModels();
+    const bool isLong = progress_->isLong(fullModel_->messageCount());
+    std::shared_ptr<void> removed = store_->clearModels();
+    if (isLong)
+        progress_->discard(std::move(removed));
     countsAtClear_ = store_->ledger()->counts();
     updateView();
 }
 
+/// Fills the filtered model, with another filter if one is given.
+LogMessageView::End LogMessageView::refilter(const MessageFilter* filter, Cancel cancel)
+{
+    WorkProgress::Result result;
+    const End end = progress_->run(
+        tr("Filtering"), progress_->isLong(fullModel_->messageCount()), cancel,
+        [store = store_.get(), filter](WorkControl& control) {
+            return store->prepareFilter(filter, &control);
+        },
+        &result);
+    if (end != End::Done)
+        return end;
+    store_->apply(*std::static_pointer_cast<LogContainer::FilterChange>(result));
+    discard(std::move(result));
+    return End::Done;
+}
+
+LogMessageView::End LogMessageView::sortRows(LogTableModel* model, int column, Qt::SortOrder order,
+                                             Cancel cancel)
+{
+    if (column == model->sortColumn() && order == model->sortOrder())
+        return End::Done;
+    if (!progress_->isLong(model->messageCount())) {
+        model->sort(column, order);
+        return End::Done;
+    }
+    struct HeldSort
+    {
+        std::shared_ptr<LogTableModel::PreparedSort> prepared;
+        LogContainer::RowsHold hold; // the first to go
+    };
+    WorkProgress::Result result;
+    const End end = progress_->run(
+        tr("Sorting"), true, cancel,
+        [store = store_.get(), model, column, order](WorkControl& control) {
+            auto sort = std::make_shared<HeldSort>();
+            sort->hold = store->holdRows();
+            sort->prepared = model->prepareSort(column, order, control);
+            return sort;
+        },
+        &result);
+    if (end != End::Done)
+        return end;
+    HeldSort& sort = *std::static_pointer_cast<HeldSort>(result);
+    model->applySort(*sort.prepared);
+    sort.hold.unlock();
+    discard(std::move(result));
+    return End::Done;
+}
+
+/// What a row's worth of memory each is made of is freed where nobody waits for it.
+void LogMessageView::discard(WorkProgress::Result garbage)
+{
+    if (progress_->isLong(fullModel_->messageCount()))
+        progress_->discard(std::move(garbage));
+}
+
 void LogMessageView::enableFilter(int state)
 {
+    if (!isBusy()) {
+        filterBoxChecked_ = state == Qt::Checked;
+        if (switchFilter(filterBoxChecked_, Cancel::Allowed) != End::Cancelled)
+            return;
+        filterBoxChecked_ = store_->showFiltered();
+    }
+    checkFilterBox(filterBoxChecked_);
+}
+
+void LogMessageView::checkFilterBox(bool checked)
+{
+    filterBoxChecked_ = checked;
+    const QSignalBlocker blocker(filterBox_);
+    filterBox_->setChecked(checked);
+}
+
+LogMessageView::End LogMessageView::switchFilter(bool on, Cancel cancel)
+{
     const WaitCursor wait;
-    const bool on = state == Qt::Checked;
-    store_->setShowFiltered(on);
-    showModel(on && store_->isFiltering() ? filteredModel_ : fullModel_);
+    // What takes long comes first: whoever cancels it has changed nothing.
+    if (filteredModel_->messageCount() == 0) {
+        const End end = refilter(nullptr, cancel);
+        if (end == End::Cancelled)
+            showStatus(tr("Filtering was cancelled"));
+        if (end != End::Done)
+            return end;
+    }
+    const QHeaderView* header = table_->horizontalHeader();
+    const LogTableModel* const from = on ? fullModel_ : filteredModel_;
+    LogTableModel* const to = on ? filteredModel_ : fullModel_;
+    LogTableModel* const shown = on && store_->isFiltering() ? filteredModel_ : fullModel_;
+    End end = End::Done;
+    if (from->sortColumn() != -1)
+        end = sortRows(to, from->sortColumn(), from->sortOrder(), cancel);
+    if (end == End::Done)
+        end = sortRows(shown, header->sortIndicatorSection(), header->sortIndicatorOrder(), cancel);
+    if (end == End::Cancelled)
+        showStatus(tr("Sorting was cancelled"));
+    if (end != End::Done)
+        return end;
+    store_->markShowFiltered(on);
+    showModel(shown);
     filteredLabel_->setText(QString::number(on ? filteredModel_->messageCount() : 0));
     ViewSettings::instance().filterEnabled = on;
-    const QHeaderView* header = table_->horizontalHeader();
-    shownModel()->sort(header->sortIndicatorSection(), header->sortIndicatorOrder());
     updateView();
+    return End::Done;
 }
 
 void LogMessageView::setFilter()
 {
+    if (!isBusy())
+        takeFilter(Cancel::Allowed);
+}
+
+LogMessageView::End LogMessageView::takeFilter(Cancel cancel)
+{
     const WaitCursor wait;
-    const QStringList include = filterDialog_->includeTexts();
-    const QStringList exclude = filterDialog_->excludeTexts();
-    const QStringList levels = filterDialog_->levelNames();
     ViewSettings& settings = ViewSettings::instance();
+    MessageFilter before; // as the settings have it: reading the dialog changes them
+    before.include = settings.filterInclude;
+    before.levels = settings.levelFilterInclude;
+    before.exclude = settings.filterExclude;
+    before.includeCase = settings.filterIncludeCs ? Qt::CaseSensitive : Qt::CaseInsensitive;
+    before.excludeCase = settings.filterExcludeCs ? Qt::CaseSensitive : Qt::CaseInsensitive;
+
+    MessageFilter filter;
+    filter.include = filterDialog_->includeTexts();
+    filter.exclude = filterDialog_->excludeTexts();
+    filter.levels = filterDialog_->levelNames();
     settings.filterIncludeCs = filterDialog_->includeCaseSensitive();
     settings.filterExcludeCs = filterDialog_->excludeCaseSensitive();
-    store_->setFilter(include, levels, exclude, settings.filterIncludeCs, settings.filterExcludeCs);
-    if (include.isEmpty() && exclude.isEmpty() && levels.isEmpty()) {
-        filterBox_->setChecked(false);
-    } else {
-        {
-            const QSignalBlocker blocker(filterBox_); // enableFilter runs once, below
-            filterBox_->setChecked(true);
+    filter.includeCase = settings.filterIncludeCs ? Qt::CaseSensitive : Qt::CaseInsensitive;
+    filter.excludeCase = settings.filterExcludeCs ? Qt::CaseSensitive : Qt::CaseInsensitive;
+    if (store_->changesRows(filter)) {
+        const End end = refilter(&filter, cancel);
+        if (end == End::Cancelled) {
+            goBackToFilter(before);
+            showStatus(tr("Filtering was cancelled"));
         }
-        enableFilter(Qt::Checked);
+        if (end != End::Done)
+            return end;
+    }
+    // From here on the filter is in force: rows left unsorted under a mark would be wrong.
+    const bool on = !filter.isEmpty();
+    if (on || filterBox_->isChecked()) {
+        checkFilterBox(on);
+        const End end = switchFilter(on, Cancel::Never);
+        if (end != End::Done)
+            return end;
     }
     updateView();
+    return End::Done;
+}
+
+/// The settings, and what the dialog shows, as they were before it was accepted.
+void LogMessageView::goBackToFilter(const MessageFilter& before)
+{
+    ViewSettings& settings = ViewSettings::instance();
+    settings.filterInclude = before.include;
+    settings.levelFilterInclude = before.levels;
+    settings.filterExclude = before.exclude;
+    settings.filterIncludeCs = before.includeCase == Qt::CaseSensitive;
+    settings.filterExcludeCs = before.excludeCase == Qt::CaseSensitive;
+    const QString text = filterDialog_->filterText()->text();
+    filterDialog_->clearSignal(); // also the levels, which closing leaves
+    filterDialog_->closeSignal();
+    filterDialog_->filterText()->setText(text);
 }
 
 QString LogMessageView::currentCellText() const
@@ -717,6 +930,8 @@ QString LogMessageView::currentCellText() const
 
 void LogMessageView::filterSelection()
 {
+    if (isBusy())
+        return;
     const QString text = currentCellText();
     if (!text.isEmpty())
         filterDialog_->filterText()->setText(text);
@@ -733,6 +948,8 @@ void LogMessageView::clearSearch()
 
 void LogMessageView::search(QString text, bool directionDown, Qt::CaseSensitivity cs)
 {
+    if (isBusy())
+        return;
     const bool newSearch = !store_->highlight() || text != store_->highlightText();
     store_->setHighlightText(text);
     store_->setSearchDown(directionDown);
@@ -756,7 +973,7 @@ void LogMessageView::search(QString text, bool directionDown, Qt::CaseSensitivit
         table_->scrollTo(found, QAbstractItemView::EnsureVisible);
     } else {
         showBox(this, QMessageBox::Warning, tr("Search"),
-                tr("Can't find the text:\n\"") + text + QLatin1Char('"'));
+                tr("Can't find the text:\n\"%1\"").arg(text));
     }
 }
 
@@ -772,8 +989,44 @@ void LogMessageView::setGoToLine()
 
 void LogMessageView::sortColumn(int section)
 {
+    // The header tells of a click when it has told of the mark that the click has moved.
+    if (isBusy() || std::exchange(ignoresClick_, false))
+        return;
     const WaitCursor wait;
-    shownModel()->sort(section, table_->horizontalHeader()->sortIndicatorOrder());
+    if (sortRows(shownModel(), section, table_->horizontalHeader()->sortIndicatorOrder(),
+                 Cancel::Allowed) == End::Cancelled)
+        showStatus(tr("Sorting was cancelled"));
+}
+
+void LogMessageView::sortByHeader(int column, Qt::SortOrder order)
+{
+    if (isBusy()) {
+        showSortMark();
+        return;
+    }
+    const WaitCursor wait;
+    switch (sortRows(shownModel(), column, order, Cancel::Allowed)) {
+    case End::Done:
+        sortedSection_ = column;
+        sortedOrder_ = order;
+        break;
+    case End::Cancelled:
+        showSortMark();
+        showStatus(tr("Sorting was cancelled"));
+        ignoresClick_ = true;
+        QTimer::singleShot(0, this, [this] { ignoresClick_ = false; }); // it may have been no click
+        break;
+    case End::Gone:
+        break;
+    }
+}
+
+/// Where the rows are sorted by.
+void LogMessageView::showSortMark()
+{
+    QHeaderView* header = table_->horizontalHeader();
+    const QSignalBlocker blocker(header);
+    header->setSortIndicator(sortedSection_, sortedOrder_);
 }
 
 void LogMessageView::tableItemSelected(const QItemSelection&, const QItemSelection&) {}
@@ -828,6 +1081,8 @@ void LogMessageView::remakeContextActions()
 
 void LogMessageView::showContextMenu(const QPoint&)
 {
+    if (isBusy())
+        return;
     remakeContextActions();
     const QPointer<QMenu> menu(new QMenu(this));
     menu->setObjectName(QStringLiteral("logTableMenu"));
@@ -870,6 +1125,8 @@ int LogMessageView::fullRowOfCurrent() const
 
 void LogMessageView::setReferenceTimeClicked()
 {
+    if (isBusy())
+        return;
     if (store_->timeDisplayMode() == 0) {
         const QPointer<LogMessageView> self(this);
         showBox(this, QMessageBox::Information, tr("Timestamp"),
@@ -917,6 +1174,8 @@ void LogMessageView::applyMaximum(int max)
 
 void LogMessageView::setMaximumMessages(int max)
 {
+    if (isBusy())
+        return;
     const int count = fullModel_->messageCount();
     if (max >= count) {
         applyMaximum(max);
@@ -925,9 +1184,10 @@ void LogMessageView::setMaximumMessages(int max)
     const QPointer<LogMessageView> self(this);
     const auto answer = showBox(
         this, QMessageBox::Warning, tr("Log Messages"),
-        tr("The maximum number of log messages (") + QString::number(max) +
-            tr(") is lower than the current number of log messages (") + QString::number(count) +
-            tr(").\n") + tr("Do you want to truncate the log messages and keep the latest?"),
+        tr("The maximum number of log messages (%1) is lower than the current number of log "
+           "messages (%2).\nDo you want to truncate the log messages and keep the latest?")
+            .arg(max)
+            .arg(count),
         QMessageBox::Ok | QMessageBox::Cancel);
     if (answer != QMessageBox::Ok || !self)
         return;
@@ -935,61 +1195,71 @@ void LogMessageView::setMaximumMessages(int max)
     const WaitCursor wait;
     applyMaximum(max);
     store_->truncateTo(qMax(0, max));
-    if (store_->isFiltering())
-        store_->refilter();
-    if (filterBox_->isChecked())
-        setFilter();
+    // The filtered rows are to be among the rest, come what may.
+    if (store_->isFiltering() && refilter(nullptr, Cancel::Never) != End::Done)
+        return;
+    if (filterBox_->isChecked() && takeFilter(Cancel::Never) != End::Done)
+        return;
     updateView();
 }
 
 void LogMessageView::messageViewSaveClicked()
 {
+    if (isBusy())
+        return;
+    const QPointer<LogMessageView> self(this);
     // No question about replacing an existing file: the text is added to it.
     const QString path = askForFile(this, QFileDialog::AcceptSave, tr("Save log file"),
                                     QStringLiteral("zulogsvc.log"), tr("Text files (*.log)"),
                                     QFileDialog::DontConfirmOverwrite);
-    if (path.isEmpty())
+    if (path.isEmpty() || !self)
         return;
     const WaitCursor wait;
     QFile file(path);
+    const bool wasThere = file.exists();
     // A pipe that nobody reads would keep the window waiting for ever.
-    if ((file.exists() && !QFileInfo(file).isFile()) ||
+    if ((wasThere && !QFileInfo(file).isFile()) ||
         !file.open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Text))
         return;
-    QTextStream stream(&file);
-    stream << "************************************\n"
-              "ARZ LogDesk 3.1.26\n"
-              "Arvenza\n"
-              "Copyright (c) 2026 The LogDesk developers\n"
-              "************************************\n";
     const LogTableModel& model = *shownModel();
-    const int rows = model.rowCount();
-    const int columns = model.columnCount();
-    QString line;
-    // A stream that has failed would gather the rest in memory.
-    for (int row = -model.hiddenRows(); row < rows && stream.status() == QTextStream::Ok; ++row) {
-        line.resize(0); // keeps its memory
-        appendRow(line, model, row, columns);
-        stream << line;
-    }
-}
-
-QString LogMessageView::shownText() const
-{
-    const LogTableModel& model = *shownModel();
-    const int rows = model.rowCount();
-    const int columns = model.columnCount();
-    QString text;
-    for (int row = -model.hiddenRows(); row < rows; ++row)
-        appendRow(text, model, row, columns);
-    return text;
+    const End end =
+        progress_->run(tr("Saving %1").arg(nameOf(path)), progress_->isLong(model.messageCount()),
+                       Cancel::Allowed, [&](WorkControl& control) {
+                           const qint64 size = file.size();
+                           try {
+                               appendAsText(file, model, control);
+                           } catch (const WorkCancelled&) {
+                               file.resize(size);
+                               if (!wasThere)
+                                   file.remove();
+                               throw;
+                           }
+                           return WorkProgress::Result();
+                       });
+    if (end == End::Cancelled)
+        showStatus(tr("Saving was cancelled"));
 }
 
 void LogMessageView::messageViewClipboardClicked()
 {
+    if (isBusy())
+        return;
     const WaitCursor wait;
+    const LogTableModel& model = *shownModel();
     try {
-        QApplication::clipboard()->setText(shownText());
+        QString text;
+        const End end = progress_->run(tr("Copying"), progress_->isLong(model.messageCount()),
+                                       Cancel::Allowed, [&](WorkControl& control) {
+                                           eachRow(model, control, [&text](const QString& line) {
+                                               text += line;
+                                               return true;
+                                           });
+                                           return WorkProgress::Result();
+                                       });
+        if (end == End::Done)
+            QApplication::clipboard()->setText(text);
+        else if (end == End::Cancelled)
+            showStatus(tr("Copying was cancelled"));
     } catch (const std::bad_alloc&) {
         showStatus(tr("The log is too large for the clipboard."));
     }
@@ -1038,6 +1308,9 @@ QString LogMessageView::selectedText() const
 
 void LogMessageView::saveLogMessagesToJSONClicked()
 {
+    if (isBusy())
+        return;
+    const QPointer<LogMessageView> self(this);
     if (store_->isActive()) {
         showBox(this, QMessageBox::Warning, tr("Save to JSON"),
                 tr("Please stop the logging before saving to JSON file."));
@@ -1045,14 +1318,23 @@ void LogMessageView::saveLogMessagesToJSONClicked()
     }
     const QString path = askForFile(this, QFileDialog::AcceptSave, tr("Save log file"),
                                     QStringLiteral("zulogsvc.json"), tr("JSON files (*.json)"));
-    if (path.isEmpty())
+    if (path.isEmpty() || !self)
         return;
     const WaitCursor wait;
-    fullModel_->saveToJson(path);
+    const End end = progress_->run(tr("Saving %1").arg(nameOf(path)),
+                                   progress_->isLong(fullModel_->messageCount()), Cancel::Allowed,
+                                   [&](WorkControl& control) {
+                                       fullModel_->saveToJson(path, &control);
+                                       return WorkProgress::Result();
+                                   });
+    if (end == End::Cancelled)
+        showStatus(tr("Saving was cancelled"));
 }
 
 void LogMessageView::selectionClipboardClicked()
 {
+    if (isBusy())
+        return;
     const WaitCursor wait;
     try {
         QApplication::clipboard()->setText(selectedText());
@@ -1061,17 +1343,25 @@ void LogMessageView::selectionClipboardClicked()
     }
 }
 
-bool LogMessageView::readMessages(const QString& path)
+LogMessageView::End LogMessageView::readMessages(const QString& path, bool& read)
 {
+    read = false;
     try {
-        return fullModel_->loadFromJson(path);
+        return progress_->run(tr("Loading %1").arg(nameOf(path)),
+                              progress_->isLongFile(QFileInfo(path).size()), Cancel::Allowed,
+                              [&](WorkControl& control) {
+                                  read = fullModel_->loadFromJson(path, &control);
+                                  return WorkProgress::Result();
+                              });
     } catch (const std::bad_alloc&) {
-        return false; // nothing was added
+        return End::Done; // nothing was added
     }
 }
 
 void LogMessageView::loadLogMessagesFromJSON()
 {
+    if (isBusy())
+        return;
     const QString title = tr("Load from JSON");
     if (store_->isActive()) {
         showBox(this, QMessageBox::Warning, title,
@@ -1090,21 +1380,29 @@ void LogMessageView::loadLogMessagesFromJSON()
     }
     const QString path = askForFile(this, QFileDialog::AcceptOpen, tr("Open log file"), QString(),
                                     tr("JSON files (*.json)"));
-    if (path.isEmpty())
+    if (path.isEmpty() || !self)
         return;
 
     bool read = false;
     {
         const WaitCursor wait;
-        if (filterBox_->isChecked())
-            enableFilter(Qt::Unchecked);
+        if (filterBox_->isChecked() && switchFilter(false, Cancel::Never) == End::Gone)
+            return;
+        const bool resized = resizeRows();
         switchResizeRows(false);
-        read = readMessages(path);
+        const End end = readMessages(path, read);
+        if (end == End::Cancelled) {
+            if (filterBox_->isChecked() && switchFilter(true, Cancel::Never) == End::Gone)
+                return;
+            switchResizeRows(resized);
+            showStatus(tr("Loading was cancelled"));
+        }
+        if (end != End::Done)
+            return;
     }
     if (!read) {
         showBox(this, QMessageBox::Critical, title,
-                tr("Failed to read file '") + path +
-                    tr("'. Please check if it is a valid JSON file."));
+                tr("Failed to read file '%1'. Please check if it is a valid JSON file.").arg(path));
         if (!self)
             return;
     }
@@ -1114,10 +1412,10 @@ void LogMessageView::loadLogMessagesFromJSON()
     filesCombo_->setCurrentIndex(filesCombo_->count() - 1);
     infoToolbar_->show();
     // Also while the filtered messages are not shown: the store takes those it has for complete.
-    if (store_->isFiltering())
-        store_->refilter();
-    if (filterBox_->isChecked())
-        enableFilter(Qt::Checked);
+    if (store_->isFiltering() && refilter(nullptr, Cancel::Never) == End::Gone)
+        return;
+    if (filterBox_->isChecked() && switchFilter(true, Cancel::Never) == End::Gone)
+        return;
     updateView();
     fitColumns();
     switchResizeRows(true);
@@ -1127,7 +1425,7 @@ void LogMessageView::loadLogMessagesFromJSON()
 void LogMessageView::openLogFiles(const QStringList& paths, bool asksToClear)
 {
     const QString title = tr("Open log file");
-    if (paths.isEmpty())
+    if (paths.isEmpty() || isBusy())
         return;
     if (store_->isActive()) {
         showBox(this, QMessageBox::Warning, title,
@@ -1149,12 +1447,23 @@ void LogMessageView::openLogFiles(const QStringList& paths, bool asksToClear)
     QStringList failures;
     {
         const WaitCursor wait;
-        if (filterBox_->isChecked())
-            enableFilter(Qt::Unchecked);
+        if (filterBox_->isChecked() && switchFilter(false, Cancel::Never) == End::Gone)
+            return;
         const bool resized = resizeRows();
         switchResizeRows(false);
+        End end = End::Done;
         for (const QString& path : paths) {
-            const QString cause = fullModel_->loadLog(path);
+            QString cause;
+            end = progress_->run(tr("Loading %1").arg(nameOf(path)),
+                                 progress_->isLongFile(QFileInfo(path).size()), Cancel::Allowed,
+                                 [&](WorkControl& control) {
+                                     cause = fullModel_->loadLog(path, &control);
+                                     return WorkProgress::Result();
+                                 });
+            if (end == End::Gone)
+                return;
+            if (end == End::Cancelled)
+                break; // the files before this one are there
             if (cause.isEmpty())
                 opened.append(path);
             else
@@ -1164,16 +1473,16 @@ void LogMessageView::openLogFiles(const QStringList& paths, bool asksToClear)
             filesCombo_->addItems(opened);
             filesCombo_->setCurrentIndex(filesCombo_->count() - 1);
             infoToolbar_->show();
-            if (store_->isFiltering())
-                store_->refilter();
+            if (store_->isFiltering() && refilter(nullptr, Cancel::Never) == End::Gone)
+                return;
         }
-        if (filterBox_->isChecked())
-            enableFilter(Qt::Checked);
+        if (filterBox_->isChecked() && switchFilter(true, Cancel::Never) == End::Gone)
+            return;
         updateView();
         if (!opened.isEmpty())
             fitColumns();
         switchResizeRows(resized);
-        showStatus(QString());
+        showStatus(end == End::Cancelled ? tr("Loading was cancelled") : QString());
     }
     if (failures.isEmpty())
         return;
@@ -1181,7 +1490,7 @@ void LogMessageView::openLogFiles(const QStringList& paths, bool asksToClear)
     const int others = failures.size() - toldFailures;
     if (others > 0)
         failures = failures.mid(0, toldFailures)
-                   << tr("%1 more files could not be read.").arg(others);
+                   << tr("%n more files could not be read.", nullptr, others);
     showBox(this, QMessageBox::Critical, title, failures.join(QLatin1Char('\n')));
 }
 
@@ -1203,7 +1512,7 @@ void LogMessageView::setShownFields(const QList<int>& fields)
     for (const int field : fields)
         if (!logFieldName(field).isEmpty() && !wanted.contains(field))
             wanted.append(field);
-    if (wanted.isEmpty())
+    if (wanted.isEmpty() || isBusy())
         return;
 
     const WaitCursor wait;
@@ -1237,6 +1546,7 @@ void LogMessageView::setShownFields(const QList<int>& fields)
         // The rows are sorted already; only the mark has to move.
         const QSignalBlocker blocker(header);
         header->setSortIndicator(wanted.indexOf(sortedField), header->sortIndicatorOrder());
+        sortedSection_ = header->sortIndicatorSection();
     }
 
     QItemSelection rows;
@@ -1262,12 +1572,14 @@ void LogMessageView::setShownFields(const QList<int>& fields)
 
 void LogMessageView::resetLayoutAndFilter()
 {
+    if (isBusy())
+        return;
     setShownFields(defaultColumnOrder());
     ViewSettings::instance().columnWidths.clear();
     setShowLineNumbers(true);
     filterDialog_->clearSignal();
-    setFilter();
-    fitColumns();
+    if (takeFilter(Cancel::Never) == End::Done)
+        fitColumns();
 }
 
 } // namespace zuLogging

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "logging/LogLedger.h"
+#include "view/WorkProgress.h"
 
 #include <QList>
 #include <QMap>
@@ -34,6 +35,7 @@ class LogTableModel;
 class LogTableView;
 class LogViewHost;
 class RowHeightFitter;
+struct MessageFilter;
 
 /// The log area of the main window: the table of messages, the toolbar that starts and stops
 /// logging, and the dialogs that belong to the table. It drives the message store and shows the
@@ -41,6 +43,11 @@ class RowHeightFitter;
 ///
 /// GUI thread only. While logging runs a timer refreshes table and counters every 80 ms; a thread
 /// of the view's own runs the store's stop, and has ended when the view is gone.
+///
+/// Work on many rows or large files is done by `progress()`, while the slot that began it waits and
+/// events come in. Until its end every other slot that would change something does nothing. The
+/// window may be closed meanwhile, which cancels the work; it is not deleted before the slot has
+/// returned.
 ///
 /// Three states, told by the buttons: stopped (only start enabled), logging (only stop enabled),
 /// stopping (neither).
@@ -81,6 +88,8 @@ public:
     /// The one of the two that the table shows.
     LogTableModel* shownModel() const;
 
+    /// Never null.
+    WorkProgress* progress() const { return progress_; }
     FilterDialog* filterDialog() const { return filterDialog_; }
     FindDialog* findDialog() const { return findDialog_; }
     GoToDialog* goToDialog() const { return goToDialog_; }
@@ -133,6 +142,20 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
+    using End = WorkProgress::End;
+    using Cancel = WorkProgress::Cancel;
+
+    bool isBusy() const { return progress_->isRunning(); }
+    End refilter(const MessageFilter* filter, Cancel cancel);
+    End sortRows(LogTableModel* model, int column, Qt::SortOrder order, Cancel cancel);
+    void sortByHeader(int column, Qt::SortOrder order);
+    End switchFilter(bool on, Cancel cancel);
+    void checkFilterBox(bool checked);
+    End takeFilter(Cancel cancel);
+    void goBackToFilter(const MessageFilter& settings);
+    void showSortMark();
+    void discard(WorkProgress::Result garbage);
+
     QToolButton* makeToolButton(const QString& name, const QString& iconPath,
                                 const QString& toolTip, const QString& statusTip, const char* slot);
     QLabel* addLabel(QToolBar* toolbar, const QString& name, const QString& text);
@@ -159,8 +182,7 @@ private:
     void applyMaximum(int max);
     int fullRowOfCurrent() const;
     QString currentCellText() const;
-    bool readMessages(const QString& path);
-    QString shownText() const;
+    End readMessages(const QString& path, bool& read);
     QString selectedText() const;
     QAction* makeContextAction(const QString& text, const QString& iconPath,
                                const QString& statusTip, const char* slot);
@@ -190,6 +212,12 @@ private:
     FilterDialog* filterDialog_;
     GoToDialog* goToDialog_;
     QTimer* updateTimer_;
+    WorkProgress* progress_;
+    Qt::SortOrder sortedOrder_ = Qt::AscendingOrder; ///< this and the next: the header's mark
+    int sortedSection_ = 0;
+    bool ignoresClick_ = false;     ///< the header's, whose sort was cancelled
+    bool stopWasTold_ = false;      ///< while work was going on
+    bool filterBoxChecked_ = false; ///< what the box is to show, whoever clicks it meanwhile
     RowHeightFitter* rowHeights_ = nullptr;
     QAction* filterAction_ = nullptr;
     QAction* saveAction_ = nullptr;

@@ -20,6 +20,11 @@ bool syncToDisk(int handle) noexcept
     return true;
 }
 
+void beginSync(int handle, std::int64_t from, std::int64_t count) noexcept
+{
+    ::sync_file_range(handle, from, count, SYNC_FILE_RANGE_WRITE);
+}
+
 void syncFolderOf(const std::string& path)
 {
     const std::size_t slash = path.rfind('/');

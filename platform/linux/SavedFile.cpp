@@ -45,6 +45,16 @@ QIODevice& SavedFile::device()
     return *file_;
 }
 
+void SavedFile::hastenCommit()
+{
+    constexpr std::int64_t worthAsking = 8 * 1024 * 1024;
+    const std::int64_t written = file_->pos();
+    if (written - hastened_ < worthAsking)
+        return;
+    beginSync(file_->handle(), hastened_, written - hastened_);
+    hastened_ = written;
+}
+
 bool SavedFile::commit()
 {
     // Asked for here: the file class passes over what the system says to it.

@@ -18,7 +18,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#if defined(__SANITIZE_THREAD__)
+#if defined(LOGDESK_THREAD_SANITIZER)
 // It would end a child that starts a thread, which is just what is to be shown to work.
 extern "C" const char* __tsan_default_options();
 extern "C" const char* __tsan_default_options()

@@ -5,6 +5,7 @@
 #include "tests/service/ProgramRun.h"
 #include "tests/service/ServiceProcess.h"
 #include "tests/support/TestEnvironment.h"
+#include "tests/support/VirtualDisplay.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -18,35 +19,7 @@ namespace {
 
 using test::programPath;
 using test::ServiceProcess;
-using test::waitFor;
-
-/// A display of its own without a window manager, for as long as the object lives.
-class VirtualDisplay
-{
-public:
-    VirtualDisplay()
-    {
-        server_.start(QStringLiteral("Xvfb"),
-                      {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-screen"),
-                       QStringLiteral("0"), QStringLiteral("1280x900x24"),
-                       QStringLiteral("-nolisten"), QStringLiteral("tcp")});
-        if (waitFor([this] { return server_.canReadLine(); }))
-            name_ = QLatin1Char(':') + QString::fromLatin1(server_.readLine()).trimmed();
-    }
-    ~VirtualDisplay()
-    {
-        server_.terminate();
-        if (!server_.waitForFinished(5000))
-            server_.kill();
-        server_.waitForFinished(5000);
-    }
-
-    const QString& name() const { return name_; }
-
-private:
-    QProcess server_;
-    QString name_;
-};
+using test::VirtualDisplay;
 
 /// One run of the window's program, driven by the keyboard.
 class WindowRun
@@ -54,9 +27,7 @@ class WindowRun
 public:
     explicit WindowRun(const QString& display)
     {
-        environment_ = QProcessEnvironment::systemEnvironment();
-        environment_.insert(QStringLiteral("DISPLAY"), display);
-        environment_.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+        environment_ = test::environmentOn(display);
         program_.setProcessEnvironment(environment_);
         program_.start(programPath(QStringLiteral("logdesk")), QStringList());
         window_ = xdotool({QStringLiteral("search"), QStringLiteral("--sync"),

@@ -78,6 +78,7 @@ TEST_F(LifeAndDeath, AServiceThatStandsStillCostsAWarningAndLaterAStartWorks)
     ASSERT_TRUE(service_.start());
     ASSERT_TRUE(openWindow());
     ASSERT_EQ(::kill(static_cast<pid_t>(service_.processId()), SIGSTOP), 0);
+    ASSERT_TRUE(waitFor([this] { return test::isStandingStill(service_.processId()); }));
     {
         const MessageBoxWaiter waiter(QMessageBox::Ok);
         startButton()->click();
@@ -107,6 +108,7 @@ TEST_F(LifeAndDeath, AServiceThatStandsStillWhileTheWindowLogsDoesNotKeepItFromS
     ASSERT_EQ(demo(1000, 50).status, 0);
     ASSERT_TRUE(waitFor([this] { return model().rowCount() == 50; }));
     ASSERT_EQ(::kill(static_cast<pid_t>(service_.processId()), SIGSTOP), 0);
+    ASSERT_TRUE(waitFor([this] { return test::isStandingStill(service_.processId()); }));
     stop();
     EXPECT_TRUE(window_->close());
     window_.reset();

@@ -36,4 +36,20 @@ inline ProcessUse useOf(qint64 processId)
     return use;
 }
 
+/// Whether each thread of the process stands still: a signal reaches them one after another.
+inline bool isStandingStill(qint64 processId)
+{
+    const QString folder = QStringLiteral("/proc/%1/task/").arg(processId);
+    const QStringList threads = QDir(folder).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+    for (const QString& thread : threads) {
+        QFile stat(folder + thread + QStringLiteral("/stat"));
+        if (!stat.open(QIODevice::ReadOnly))
+            return false;
+        const QByteArray line = stat.readAll();
+        if (line.mid(line.lastIndexOf(')') + 2, 1) != "T")
+            return false;
+    }
+    return !threads.isEmpty();
+}
+
 } // namespace zuLogging::test

@@ -555,7 +555,7 @@ TEST(LogClient, ASizeThatNoConfigurationHasIsRefusedBeforeAPieceIsAskedFor)
 }
 
 // The sanitizers' allocators mark what they give out, and end the program where others throw.
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#if !defined(LOGDESK_ADDRESS_SANITIZER) && !defined(LOGDESK_THREAD_SANITIZER)
 TEST(LogClient, AWrongSizeCostsNoMemoryBeforeThePiecesCome)
 {
     // Nearly all that is ever fetched is announced, and the first piece is refused.

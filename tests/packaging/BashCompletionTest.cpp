@@ -67,9 +67,10 @@ INSTANTIATE_TEST_SUITE_P(
                     Line{"zulog demo --s", "--seed"}, Line{"zulog demo --rate ", ""},
                     Line{"zulog config ", "get put"}, Line{"zulog config p", "put"},
                     Line{"zulog config put -", "- --help -h"}, Line{"zulog config --", "--help"},
-                    Line{"zulog config get --", "--help"}));
+                    Line{"zulog config get --", "--help"}, Line{"logdesk -", "--help --version -h"},
+                    Line{"logdesk --v", "--version"}, Line{"logdesk -- --", ""}));
 
-TEST(BashCompletion, AFileNameStandsBehindGetAndPut)
+TEST(BashCompletion, AFileNameStandsBehindGetAndPutAndLogdesk)
 {
     QTemporaryDir folder;
     for (const char* name : {"/rules one.json", "/rules two.json", "/other"}) {
@@ -86,6 +87,9 @@ TEST(BashCompletion, AFileNameStandsBehindGetAndPut)
         EXPECT_EQ(completionsOf({zulog, config, verb, both.first(), start}), QStringList())
             << "there is one file only";
     }
+    const QString logdesk = QStringLiteral("logdesk");
+    EXPECT_EQ(completionsOf({logdesk, start}), both);
+    EXPECT_EQ(completionsOf({logdesk, both.first(), QStringLiteral("--"), start}), both);
 }
 
 TEST(BashCompletion, TheServiceIsAskedForItsModules)

@@ -52,7 +52,7 @@ TEST_P(Hardening, ItsFunctionsLookAfterTheirStack)
     EXPECT_TRUE(elf("-s").contains(QStringLiteral("__stack_chk_fail")));
 }
 
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#if !defined(LOGDESK_ADDRESS_SANITIZER) && !defined(LOGDESK_THREAD_SANITIZER)
 TEST_P(Hardening, CopiesAreChecked)
 {
     EXPECT_TRUE(elf("-s").contains(QRegularExpression(QStringLiteral("__\\w+_chk@"))));

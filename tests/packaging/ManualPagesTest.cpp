@@ -36,7 +36,7 @@ TEST_P(ManualPage, HasTheUsualSections)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(All, ManualPage, testing::Values("zulog.1", "zulogsvc.8"));
+INSTANTIATE_TEST_SUITE_P(All, ManualPage, testing::Values("logdesk.1", "zulog.1", "zulogsvc.8"));
 
 } // namespace
 } // namespace zuLogging

@@ -135,6 +135,15 @@ TEST_P(OptionsDocumented, ThoseOfTheCommand)
 INSTANTIATE_TEST_SUITE_P(All, OptionsDocumented,
                          testing::Values("send", "tail", "config", "modules", "status", "demo"));
 
+TEST(OptionsDocumented, ThoseOfLogdesk)
+{
+    const Options inHelp = test::optionsInHelp(helpOf(QStringLiteral("logdesk"), {}));
+    EXPECT_EQ(inHelp.count("--version"), 1U);
+    EXPECT_EQ(optionsInManual(sectionOf(manual("logdesk.1"), QStringLiteral(".SH OPTIONS"))),
+              inHelp);
+    EXPECT_EQ(offered({QStringLiteral("logdesk"), QStringLiteral("-")}), inHelp);
+}
+
 TEST(OptionsDocumented, ThoseOfZulogsvc)
 {
     const Options inHelp = test::optionsInHelp(helpOf(QStringLiteral("zulogsvc"), {}));

@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <vector>
 
-#if defined(__GLIBC__) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#if defined(__GLIBC__) && !defined(LOGDESK_ADDRESS_SANITIZER) && !defined(LOGDESK_THREAD_SANITIZER)
 #if __GLIBC_PREREQ(2, 33)
 #include <malloc.h>
 #define MEMORY_MANAGER_TELLS

@@ -1,7 +1,7 @@
 // The bus library and Qt come without the thread sanitizer's marks, so it takes what they hand from
 // their own thread to a waiting caller for a race. What is left out is those libraries, the
 // one source that calls them, and its test.
-#if defined(__SANITIZE_THREAD__)
+#if defined(LOGDESK_THREAD_SANITIZER)
 extern "C" const char* __tsan_default_suppressions();
 
 extern "C" const char* __tsan_default_suppressions()

@@ -715,6 +715,27 @@ TEST_F(LogTableModelTest, EverySortGivesTheOrderOfTheKeysInsertedOneByOne)
     }
 }
 
+TEST_F(LogTableModelTest, TheMessagesThatAreWantedComeInTheirOrderHoweverManyThereAre)
+{
+    addMany(10000);
+    const auto keep = [](const LogMessage& message) { return message.serviceMsgId() % 7 < 3; };
+    for (const auto& [first, count] : std::initializer_list<std::pair<int, int>>{{0, 10000},
+                                                                                 {0, 10001},
+                                                                                 {-5, 4096},
+                                                                                 {1, 4095},
+                                                                                 {17, 9000},
+                                                                                 {9999, 1},
+                                                                                 {0, 0},
+                                                                                 {10000, 5}}) {
+        std::vector<std::shared_ptr<LogMessage>> expected;
+        for (const auto& message : model.messagesFrom(first, count)) {
+            if (keep(*message))
+                expected.push_back(message);
+        }
+        EXPECT_EQ(model.messagesFrom(first, count, keep), expected) << first << ' ' << count;
+    }
+}
+
 TEST_F(LogTableModelTest, ReadersOnTheWindowsThreadAndAWorkerDoNotDisturbEachOther)
 {
     store->setTimeDisplayMode(1);

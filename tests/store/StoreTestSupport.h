@@ -26,10 +26,7 @@ struct LogContainerAccess
     /// One step of the worker, on this thread.
     static void moveMessages(LogContainer& store) { store.moveMessages(); }
     /// Keeps every worker from moving records.
-    static boost::unique_lock<FairMutex> stallWorkers(LogContainer& store)
-    {
-        return boost::unique_lock<FairMutex>(store.filterLock_);
-    }
+    static LogContainer::RowsHold stallWorkers(LogContainer& store) { return store.holdRows(); }
     static std::size_t livingWorkers(LogContainer& store)
     {
         const boost::unique_lock<boost::mutex> lock(store.runLock_);

@@ -38,7 +38,7 @@ inline std::size_t residentBytes()
 
 /// What a flood may leave behind: far less than a byte for each of its 250 MB. Sanitizers keep what
 /// was freed for a while.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if defined(LOGDESK_ADDRESS_SANITIZER) || defined(LOGDESK_THREAD_SANITIZER)
 inline constexpr std::size_t floodMemoryLimit = std::size_t{400} << 20;
 #else
 inline constexpr std::size_t floodMemoryLimit = std::size_t{24} << 20;

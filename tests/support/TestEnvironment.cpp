@@ -23,6 +23,8 @@ TestEnvironment::TestEnvironment()
     qputenv("ZULOG_CONNECTION_INFO", QByteArray::fromStdString(connectionInfoName_));
     qputenv("ARZDATA", QDir::toNativeSeparators(dataDirectory()).toLocal8Bit());
     qputenv("XDG_RUNTIME_DIR", QDir::toNativeSeparators(runtimeDirectory()).toLocal8Bit());
+    // What the programs say is compared with what is written here, whoever runs the tests.
+    qputenv("LANGUAGE", "en");
     theEnvironment = this;
 }
 

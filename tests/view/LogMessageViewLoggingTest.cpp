@@ -7,7 +7,6 @@
 #include "tests/view/ViewTestSupport.h"
 
 #include <QElapsedTimer>
-#include <QSignalSpy>
 
 #include <atomic>
 
@@ -270,13 +269,17 @@ TEST_F(LoggingTest, TheEndOfAStopToldTwiceOrWithoutAStopTouchesNobodysCursor)
 TEST_F(LoggingTest, AStopAskedForTwiceIsOneStop)
 {
     openScripted();
-    QSignalSpy done(store.get(), &LogContainer::stopLoggingDone);
+    std::atomic<int> ends{0}; // told on the worker's thread
+    const QMetaObject::Connection counting =
+        QObject::connect(store.get(), &LogContainer::stopLoggingDone, [&ends] { ++ends; });
     view->startLoggingClicked();
     view->stopLoggingClicked();
     view->stopLoggingClicked();
     expectStopping();
     ASSERT_TRUE(waitForStop());
     expectStopped();
+    QObject::disconnect(counting);
+    EXPECT_EQ(ends, 1);
 }
 
 TEST_F(LoggingTest, AStopWithoutAStartEndsStopped)

@@ -37,6 +37,9 @@ extern "C" {
 /* Single bits, from the most severe to the most verbose. A message has one of the last six; a
  * logger whose level is "none" lets nothing through. */
 typedef enum zulog_level
+#ifdef __cplusplus
+    : unsigned int /* a caller may pass any number; those that are no level are refused */
+#endif
 {
     ZULOG_LEVEL_NONE = 0,
     ZULOG_LEVEL_FATAL = 1,

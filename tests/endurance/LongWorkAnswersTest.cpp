@@ -1,0 +1,130 @@
+// How soon the window answers while it sorts, filters, saves and loads many rows.
+
+#include "logging/LogMessage.h"
+#include "tests/endurance/AnswerWatch.h"
+#include "tests/view/ViewTestSupport.h"
+#include "view/FilterDialog.h"
+#include "view/WorkProgress.h"
+
+#include <QElapsedTimer>
+#include <QFileDialog>
+#include <QHeaderView>
+#include <QLineEdit>
+#include <QTemporaryDir>
+
+#include <cstdlib>
+#include <iostream>
+#include <random>
+
+namespace zuLogging::test {
+namespace {
+
+/// 200,000 rows, or as many as LOGDESK_LONG_WORK_ROWS says.
+int rowCount()
+{
+    const char* const asked = std::getenv("LOGDESK_LONG_WORK_ROWS");
+    const int number = asked ? std::atoi(asked) : 0;
+    return number > 0 ? number : 200000;
+}
+
+class LongWorkAnswers : public ViewFixture
+{
+protected:
+    void fill(int count)
+    {
+        std::mt19937 random(3);
+        std::vector<std::shared_ptr<LogMessage>> messages;
+        for (int i = 0; i < count; ++i) {
+            const auto id = static_cast<std::uint64_t>(i) + 1;
+            const QString text = QStringLiteral("request %1 of user %2 took a moment")
+                                     .arg(random())
+                                     .arg(random() % 99);
+            messages.push_back(std::make_shared<LogMessage>(
+                id, id, id, firstTime + id, 1U << random() % 6, QStringLiteral("main.cpp:1"),
+                QStringLiteral("module %1").arg(random() % 20), QStringLiteral("group"), text, 7U,
+                8U));
+            messages.back()->renderTimestamp();
+            if (messages.size() == 10000 || i + 1 == count) {
+                view->fullModel()->addMessages(messages);
+                messages.clear();
+            }
+        }
+        view->updateView();
+    }
+    void measure(const char* what, const std::function<void()>& work)
+    {
+        QCoreApplication::processEvents();
+        QElapsedTimer clock;
+        clock.start();
+        double longest = 0;
+        {
+            AnswerWatch watch;
+            work();
+            longest = watch.longest().count();
+        }
+        std::cout << "    " << what << ": " << clock.elapsed() << " ms, longest until an answer "
+                  << longest << " ms" << std::endl;
+        EXPECT_LT(longest, toleratedMs) << what;
+    }
+    void withFile(const QString& path, const std::function<void()>& call)
+    {
+        QTimer user;
+        QPointer<QWidget> answered;
+        QObject::connect(&user, &QTimer::timeout, [&] {
+            QWidget* modal = QApplication::activeModalWidget();
+            if (!modal || modal == answered)
+                return;
+            if (auto* dialog = qobject_cast<QFileDialog*>(modal)) {
+                answered = modal;
+                dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"))->setText(path);
+                QMetaObject::invokeMethod(dialog, "accept", Qt::QueuedConnection);
+            } else if (auto* box = qobject_cast<QMessageBox*>(modal)) {
+                box->button(QMessageBox::No)->click();
+            }
+        });
+        user.start(1);
+        call();
+    }
+
+    /// Other programs may take the processor away; without them it is a tenth of this.
+    static constexpr double toleratedMs = 1000;
+};
+
+TEST_F(LongWorkAnswers, SortFilterSaveAndLoadLetTheWindowAnswer)
+{
+    const int rows = rowCount();
+    open(nullptr, true);
+    fill(rows);
+    QHeaderView* header = view->table()->horizontalHeader();
+    const int text = columnOf("LogMessage");
+    measure("sort by text", [&] { header->setSortIndicator(text, Qt::AscendingOrder); });
+    measure("the other way", [&] { header->setSortIndicator(text, Qt::DescendingOrder); });
+    measure("sort by module",
+            [&] { header->setSortIndicator(columnOf("Module"), Qt::AscendingOrder); });
+    measure("sort by number", [&] { header->setSortIndicator(0, Qt::DescendingOrder); });
+    measure("filter, a tenth passes, and sort", [&] {
+        view->filterDialog()->filterText()->setText(QStringLiteral("user 1"));
+        view->filterDialog()->addIncludeFilter();
+        view->filterDialog()->accept();
+    });
+    measure("filter, nearly all pass, and sort", [&] {
+        view->filterDialog()->clearSignal();
+        view->filterDialog()->filterText()->setText(QStringLiteral("user 1"));
+        view->filterDialog()->addExcludeFilter();
+        view->filterDialog()->accept();
+    });
+    measure("filter off", [&] {
+        view->filterDialog()->clearSignal();
+        view->filterDialog()->accept();
+    });
+    QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("log.json"));
+    measure("save as JSON", [&] { withFile(path, [&] { view->saveLogMessagesToJSONClicked(); }); });
+    measure("clear", [&] { view->messageViewClearClicked(); });
+    measure("load from JSON", [&] { withFile(path, [&] { view->loadLogMessagesFromJSON(); }); });
+    EXPECT_EQ(view->fullModel()->messageCount(), rows);
+    std::cout << "    rows: " << rows << std::endl;
+}
+
+} // namespace
+} // namespace zuLogging::test
