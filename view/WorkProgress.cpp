@@ -273,11 +273,14 @@ void WorkProgress::discard(Result garbage)
     if (!garbage)
         return;
     const auto before = std::make_shared<boost::thread>(std::move(freeing_));
+    // Once more around it: the thread may be done before this function is, which then would be the
+    // last to hold the garbage itself.
+    const auto held = std::make_shared<Result>(std::move(garbage));
     try {
-        freeing_ = boost::thread([before, garbage]() mutable {
+        freeing_ = boost::thread([before, held] {
             if (before->joinable())
                 before->join();
-            garbage.reset();
+            held->reset();
         });
     } catch (const boost::thread_resource_error&) {
         freeing_ = std::move(*before); // then here

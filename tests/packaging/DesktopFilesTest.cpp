@@ -21,11 +21,6 @@ using test::ToolOutput;
 const QString desktopName = QStringLiteral("example.arvenza.LogDesk.desktop");
 const QString metainfoName = QStringLiteral("example.arvenza.LogDesk.metainfo.xml");
 
-QString packagingFile(const QString& name)
-{
-    return test::sourcePath(QStringLiteral("packaging/") + name);
-}
-
 /// A copy under the same name in which `before` has become `after`.
 class ChangedCopy
 {
@@ -33,7 +28,7 @@ public:
     ChangedCopy(const QString& name, const char* before, const char* after)
         : name_(name)
     {
-        QString text = test::textOf(packagingFile(name));
+        QString text = test::textOf(test::packagingFile(name));
         EXPECT_TRUE(text.contains(QLatin1String(before))) << before;
         text.replace(QLatin1String(before), QLatin1String(after));
         QFile file(path());
@@ -62,7 +57,7 @@ ToolOutput validateMetainfo(const QString& path)
 
 TEST(DesktopFile, IsValidWithoutAWord)
 {
-    const ToolOutput run = validateDesktop(packagingFile(desktopName));
+    const ToolOutput run = validateDesktop(test::packagingFile(desktopName));
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.out + run.err, QString());
 }
@@ -75,7 +70,7 @@ TEST(DesktopFile, AMistakeWouldBeNoticed)
 
 TEST(Metainfo, IsValid)
 {
-    const ToolOutput run = validateMetainfo(packagingFile(metainfoName));
+    const ToolOutput run = validateMetainfo(test::packagingFile(metainfoName));
     EXPECT_EQ(run.status, 0) << run.out.toStdString();
     // The one note is that the organisation's domain is none that the tool knows.
     static const QRegularExpression note(QStringLiteral("^[EWI]: .*$"),
@@ -94,7 +89,7 @@ TEST(Metainfo, AMistakeWouldBeNoticed)
 
 TEST(DesktopFile, WhatPeopleReadIsThereInGermanToo)
 {
-    const QString desktop = test::textOf(packagingFile(desktopName));
+    const QString desktop = test::textOf(test::packagingFile(desktopName));
     for (const char* key : {"GenericName", "Comment", "Keywords"})
         for (const char* language : {"", "[de]"})
             EXPECT_TRUE(desktop.contains(QLatin1Char('\n') + QLatin1String(key) +
@@ -103,7 +98,7 @@ TEST(DesktopFile, WhatPeopleReadIsThereInGermanToo)
     // The name is the same in every language.
     EXPECT_FALSE(desktop.contains(QLatin1String("\nName[de]=")));
 
-    const QString metainfo = test::textOf(packagingFile(metainfoName));
+    const QString metainfo = test::textOf(test::packagingFile(metainfoName));
     for (const char* element : {"summary", "p", "li"}) {
         const QString name = QLatin1String(element);
         const int english = metainfo.count(QStringLiteral("<%1>").arg(name));
@@ -128,7 +123,8 @@ TEST(DesktopFile, TheDesktopFindsItByTheWindow)
 
     static const QRegularExpression line(QStringLiteral("^StartupWMClass=(.*)$"),
                                          QRegularExpression::MultilineOption);
-    const QString windowClass = line.match(test::textOf(packagingFile(desktopName))).captured(1);
+    const QString windowClass =
+        line.match(test::textOf(test::packagingFile(desktopName))).captured(1);
     ASSERT_FALSE(windowClass.isEmpty());
     const QStringList here{QStringLiteral("DISPLAY=") + display.name()};
     const ToolOutput window = runSystemTool(

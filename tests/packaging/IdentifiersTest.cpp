@@ -13,15 +13,11 @@
 namespace zuLogging {
 namespace {
 
+using test::packagingFile;
 using test::sourcePath;
 using test::textOf;
 
 const QString id = QStringLiteral("example.arvenza.LogDesk");
-
-QString packagingFile(const QString& name)
-{
-    return sourcePath(QStringLiteral("packaging/") + name);
-}
 
 /// The group of `pattern` in the text, where it stands exactly once.
 QString only(const QString& text, const QString& pattern)

@@ -35,6 +35,11 @@ QString sourcePath(const QString& relative)
     return QStringLiteral(LOGDESK_SOURCE_DIR "/") + relative;
 }
 
+QString packagingFile(const QString& name)
+{
+    return sourcePath(QStringLiteral("packaging/") + name);
+}
+
 QString textOf(const QString& path)
 {
     QFile file(path);

@@ -23,6 +23,8 @@ ToolOutput runSystemTool(const QString& program, const QStringList& arguments,
 
 /// A file of the checkout.
 QString sourcePath(const QString& relative);
+/// One of its folder packaging.
+QString packagingFile(const QString& name);
 
 /// The whole file; empty, and the test has failed, when it cannot be read.
 QString textOf(const QString& path);

@@ -489,7 +489,7 @@ protected:
         const std::string form = GetParam();
         LogTableModel saved{store};
         Messages messages;
-        for (int i = 0; i < 6000; ++i)
+        for (int i = 0; i < (form == "array" ? 6000 : 1500); ++i)
             messages.push_back(randomMessage());
         saved.addMessages(messages);
         const QString path = directory.filePath(QStringLiteral("array.json"));
@@ -498,9 +498,11 @@ protected:
             return path;
         QByteArray lines;
         for (const auto& message : messages) {
-            const QByteArray text = toQString(message->logMessage()).toUtf8();
+            // Long ones: few records in many pieces.
+            const QByteArray text =
+                toQString(message->logMessage()).toUtf8() + QByteArray(300, '.');
             if (form == "text")
-                lines += text + QByteArray(300, '.') + '\n'; // few records in many pieces
+                lines += text + '\n';
             else
                 lines += "{\"LogMessage\": \"" + text +
                          "\", \"ServiceMsgID\": \"7\", \"Unknown\": [1, 2, 3]}\n";

@@ -684,6 +684,25 @@ TEST_F(LongWorkView, AFileNameWithPlaceHoldersIsShownAsItIs)
     EXPECT_TRUE(acted);
 }
 
+TEST_F(LongWorkView, WhatIsDiscardedIsNeverFreedOnTheWindowsThread)
+{
+    open();
+    struct Garbage
+    {
+        ~Garbage() { *freedBy = std::this_thread::get_id(); }
+        std::thread::id* freedBy;
+    };
+    std::vector<std::thread::id> freedBy(200);
+    for (std::thread::id& by : freedBy)
+        view->progress()->discard(std::shared_ptr<Garbage>(new Garbage{&by}));
+    view = nullptr;
+    window.reset(); // waits for it
+    for (const std::thread::id& by : freedBy) {
+        EXPECT_NE(by, std::thread::id());
+        EXPECT_NE(by, std::this_thread::get_id());
+    }
+}
+
 TEST_F(LongWorkView, WhatTheStatusBarSaidIsThereAgain)
 {
     openFilled(true);
