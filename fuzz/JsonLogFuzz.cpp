@@ -140,6 +140,9 @@ void compareWithQt(const QByteArray& text, const Messages& messages)
     const QJsonDocument document = QJsonDocument::fromJson(text, &error);
     if (error.error != QJsonParseError::NoError || !document.isArray() || messages.empty())
         return;
+    // Qt reads such a string without its first character, we as it is.
+    if (text.contains("\"\xEF\xBB\xBF"))
+        return;
     const QJsonArray array = document.array();
     check(messages.size() == static_cast<std::size_t>(array.size()),
           "there are more or fewer messages than elements");
