@@ -4,7 +4,7 @@
 #include "store/LogContainer.h"
 #include "store/LogTableModel.h"
 #include "tests/app/DialogAnswerer.h"
-#include "tests/store/StoreTestSupport.h"
+#include "tests/faults/DriverSupport.h"
 #include "view/LogMessageView.h"
 
 #include <QApplication>
@@ -22,20 +22,8 @@
 namespace zuLogging {
 namespace {
 
-// No run hangs: the system ends the process.
-constexpr unsigned int longestRun = 60;
-constexpr int refused = 3;
 // Enough that they are written in several pieces.
 constexpr int messageCount = 400;
-
-/// The messages of a log, with texts that need escapes.
-void fill(LogTableModel& model)
-{
-    for (int i = 1; i <= messageCount; ++i)
-        model.addMessage(test::makeMessage(
-            static_cast<std::uint64_t>(i),
-            u"a \"text\"\t" + std::u16string(static_cast<std::size_t>(i % 60), u'x')));
-}
 
 /// A user's window with a message view, answered when it asks.
 class Window
@@ -45,7 +33,7 @@ public:
         : store_(std::make_shared<LogContainer>())
         , view_(new LogMessageView(window_.statusBar(), &window_))
     {
-        fill(*view_->fullModel());
+        test::fillLog(*view_->fullModel(), messageCount);
         window_.setCentralWidget(view_);
     }
     LogMessageView& view() { return *view_; }
@@ -82,7 +70,7 @@ bool writePreferences(const QString&)
 int main(int argc, char** argv)
 {
     using namespace zuLogging;
-    ::alarm(longestRun);
+    ::alarm(test::longestRun);
     const std::string writer = argc == 3 ? argv[1] : "";
     const bool isTextLog = writer == "text-log";
     if (!isTextLog && writer != "preferences") {
@@ -91,5 +79,5 @@ int main(int argc, char** argv)
     }
     const QApplication application(argc, argv);
     const QString path = QFile::decodeName(argv[2]);
-    return (isTextLog ? writeTextLog(path) : writePreferences(path)) ? 0 : refused;
+    return (isTextLog ? writeTextLog(path) : writePreferences(path)) ? 0 : test::refused;
 }

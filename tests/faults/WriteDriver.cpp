@@ -17,7 +17,7 @@
 #include "store/LogContainer.h"
 #include "store/LogTableModel.h"
 #include "store/ViewSettings.h"
-#include "tests/store/StoreTestSupport.h"
+#include "tests/faults/DriverSupport.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -34,20 +34,8 @@
 namespace zuLogging {
 namespace {
 
-// No run hangs: the system ends the process.
-constexpr unsigned int longestRun = 60;
-constexpr int refused = 3;
 // Enough that every one of them is written in several pieces.
 constexpr int messageCount = 600;
-
-/// The messages of a log, with texts that need escapes.
-void fill(LogTableModel& model)
-{
-    for (int i = 1; i <= messageCount; ++i)
-        model.addMessage(test::makeMessage(
-            static_cast<std::uint64_t>(i),
-            u"a \"text\"\t" + std::u16string(static_cast<std::size_t>(i % 60), u'x')));
-}
 
 bool writeSettings(const QString& path)
 {
@@ -62,7 +50,7 @@ bool writeJsonLog(const QString& path)
 {
     const auto store = std::make_shared<LogContainer>();
     LogTableModel model(store);
-    fill(model);
+    test::fillLog(model, messageCount);
     return model.saveToJson(path);
 }
 
@@ -106,7 +94,7 @@ bool writePidFile(const QString&)
     const auto file = std::make_unique<ServicePidFile>();
     const bool isWritten = file->error().empty();
     // It stays, as it does when the service is killed.
-    ::_exit(isWritten ? 0 : refused);
+    ::_exit(isWritten ? 0 : test::refused);
 }
 
 bool publishRecord(const QString&)
@@ -194,12 +182,12 @@ const std::map<std::string, Writer>& writers()
 int main(int argc, char** argv)
 {
     using namespace zuLogging;
-    ::alarm(longestRun);
+    ::alarm(test::longestRun);
     const auto writer = argc == 3 ? writers().find(argv[1]) : writers().end();
     if (writer == writers().end()) {
         std::cerr << "write_driver WRITER PATH\n";
         return 2;
     }
     const QCoreApplication application(argc, argv);
-    return writer->second(QFile::decodeName(argv[2])) ? 0 : refused;
+    return writer->second(QFile::decodeName(argv[2])) ? 0 : test::refused;
 }
