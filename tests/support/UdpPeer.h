@@ -45,13 +45,13 @@ inline Bytes datagram(PacketHeader header, const Bytes& payload)
 class UdpPeer
 {
 public:
-    UdpPeer()
+    explicit UdpPeer(std::uint32_t host = platform::loopbackAddress)
     {
         EXPECT_TRUE(socket_.open());
         EXPECT_TRUE(socket_.setReceiveBufferSize(0x20000));
         EXPECT_TRUE(socket_.setSendBufferSize(0x20000));
         EXPECT_TRUE(socket_.setNonBlocking());
-        EXPECT_TRUE(socket_.bind({platform::loopbackAddress, 0}));
+        EXPECT_TRUE(socket_.bind({host, 0}));
     }
 
     platform::SocketAddress address() const { return socket_.boundAddress().value(); }
