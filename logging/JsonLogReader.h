@@ -30,7 +30,8 @@ std::vector<std::shared_ptr<LogMessage>> readJsonLog(QIODevice& device);
 /// - a text: the string; anything else is empty. Half a surrogate pair becomes what LogMessage
 ///   makes of it. More than 268,435,456 UTF-16 units cannot be held: std::bad_alloc.
 /// - a number: a string with decimal digits, or a JSON number. A fraction is rounded; what does not
-///   fit into 64 bits without a sign, and anything else, is 0.
+///   fit into 64 bits without a sign, a JSON number of more than 64 characters, and anything else,
+///   is 0.
 /// - the level: the string "LogLevel [Hex]", hexadecimal digits with or without "0x"; anything
 ///   else, a JSON number too, is 0. "LogLevel" is not read.
 /// In a string a plus sign and blanks around the digits do no harm.

@@ -14,7 +14,8 @@ namespace zuLogging {
 /// since. The programs say to their standard error what they refuse; whoever sends them rubbish
 /// must not be able to fill a disk with that.
 ///
-/// No lock: calls come one at a time.
+/// No lock: calls come one at a time. Pieces are put together as they come: where two threads trace
+/// lines in several pieces at once, one line may get a piece of the other's.
 class TraceLimiter
 {
 public:
