@@ -24,6 +24,7 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <unistd.h>
@@ -218,6 +219,16 @@ double lostOf(const std::vector<Result>& results)
     return lost;
 }
 
+/// What each round lost, with the seconds that the machine itself stood still meanwhile.
+std::string lostText(const std::vector<Result>& results)
+{
+    std::ostringstream text;
+    for (const Result& result : results)
+        text << (text.tellp() > 0 ? ", " : "") << result.lost << " (stolen " << result.stolen
+             << " s)";
+    return text.str();
+}
+
 void show(benchmark::State& state, const std::vector<Result>& ours, const std::vector<Result>& bare)
 {
     state.counters["cpu_us"] = medianTime(ours);
@@ -230,6 +241,7 @@ void show(benchmark::State& state, const std::vector<Result>& ours, const std::v
         for (const Result& result : *results)
             stolen += result.stolen;
     state.counters["stolen_s"] = stolen;
+    state.SetLabel("lost a round: " + lostText(ours) + "; bare: " + lostText(bare));
 }
 
 std::string rateText(const Load& load)

@@ -82,15 +82,19 @@ function(logdesk_test name)
     target_link_libraries(${name} PRIVATE ${ARG_LINK} logdesk_test_support GTest::gtest)
     # The cases themselves are run once: compiling them well takes longer than that.
     target_compile_options(${name} PRIVATE -O0 -g1)
+    # An empty value would not get through, and its property take the next one's name for it.
+    set(properties RUN_SERIAL ${ARG_SERIAL})
+    if(ARG_LABELS)
+        list(APPEND properties LABELS "${ARG_LABELS}")
+    endif()
     if(LOGDESK_SANITIZE)
         add_test(NAME ${name} COMMAND ${name} --gtest_brief=1)
-        set_tests_properties(${name} PROPERTIES
-            TIMEOUT 900 LABELS "${ARG_LABELS}" RUN_SERIAL ${ARG_SERIAL})
+        set_tests_properties(${name} PROPERTIES TIMEOUT 900 ${properties})
         return()
     endif()
     include(GoogleTest)
     gtest_discover_tests(${name}
         DISCOVERY_TIMEOUT 60
         DISCOVERY_MODE PRE_TEST
-        PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}" RUN_SERIAL ${ARG_SERIAL})
+        PROPERTIES TIMEOUT ${ARG_TIMEOUT} ${properties})
 endfunction()

@@ -6,6 +6,7 @@
 #include "logging/LogClient.h"
 #include "store/LogTableModel.h"
 #include "tests/app/AppFixture.h"
+#include "tests/app/FileChooser.h"
 #include "tests/endurance/ProcessUse.h"
 #include "tests/service/RunningService.h"
 #include "view/LogTableView.h"
@@ -84,22 +85,9 @@ public:
         }
         view().updateView();
     }
-    /// Chooses `path` in the file dialog that opens next; `gone`: it is removed then.
     void chooseNext(const QString& path, bool gone = false)
     {
-        auto* timer = new QTimer(holder.get());
-        QObject::connect(timer, &QTimer::timeout, timer, [timer, path, gone] {
-            auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
-            if (!dialog)
-                return;
-            timer->stop();
-            if (gone)
-                QObject::connect(dialog, &QDialog::finished, dialog,
-                                 [path] { QFile::remove(path); });
-            dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"))->setText(path);
-            QMetaObject::invokeMethod(dialog, "accept", Qt::QueuedConnection);
-        });
-        timer->start(1);
+        test::chooseNext(holder.get(), path, gone);
     }
     /// Presses the button with this name in the dialog that opens next, after `before`.
     template <class Dialog>
