@@ -1,37 +1,11 @@
 #include "client/LevelRules.h"
 
-#include "logging/LogSvcError.h"
-
 #include <algorithm>
-#include <array>
 #include <utility>
 
 namespace zuLogging::client {
 
 namespace {
-
-constexpr std::array<std::pair<std::string_view, zulog_level>, 7> levelNames{{
-    {"none", ZULOG_LEVEL_NONE},
-    {"fatal", ZULOG_LEVEL_FATAL},
-    {"err", ZULOG_LEVEL_ERR},
-    {"warn", ZULOG_LEVEL_WARN},
-    {"info", ZULOG_LEVEL_INFO},
-    {"trace", ZULOG_LEVEL_TRACE},
-    {"debug", ZULOG_LEVEL_DEBUG},
-}};
-
-[[noreturn]] void refuse(const char* what)
-{
-    throw LogSvcError(std::string("Unknown ") + what + " in the logging configuration");
-}
-
-/// A member that has a text and nothing else; only such a one can be one of the known names.
-const std::string& nameOf(const PropertyTree& node, const char* what)
-{
-    if (!node.empty())
-        refuse(what);
-    return node.data();
-}
 
 bool isAscii(std::string_view text)
 {
@@ -115,53 +89,23 @@ LevelRules::Scope LevelRules::readScope(const PropertyTree& scope)
 void LevelRules::readParameters(const PropertyTree& parameters, Scope& scope)
 {
     for (const auto& [key, node] : parameters) {
-        if (key == "level") {
-            const std::string& name = nameOf(node, "level");
-            const auto* known = std::find_if(levelNames.begin(), levelNames.end(),
-                                             [&](const auto& one) { return one.first == name; });
-            if (known == levelNames.end())
-                refuse("level");
-            scope.level = known->second;
-        } else if (key == "destination") {
-            const std::string& name = nameOf(node, "destination");
-            if (name != "none" && name != "logsvc" && name != "file")
-                refuse("destination");
-            scope.isKept = name != "none";
-        }
+        if (key == "level")
+            scope.level = static_cast<zulog_level>(readRuleLevel(node)); // the same bits
+        else if (key == "destination")
+            scope.isKept = readRuleDestination(node) != RuleDestination::None;
     }
 }
 
 LevelRules::Condition LevelRules::readCondition(const PropertyTree& attribute)
 {
+    RuleAttribute read = readRuleAttribute(attribute);
     Condition condition;
-    std::string value;
-    for (const auto& [key, node] : attribute) {
-        // An editor adds attributes before they are filled in.
-        if (node.empty() && node.data().empty())
-            continue;
-        if (key == "id") {
-            const std::string& id = nameOf(node, "attribute id");
-            if (id != "module" && id != "process")
-                refuse("attribute id");
-            condition.subject = id == "module" ? Subject::Module : Subject::Process;
-        } else if (key == "op") {
-            const std::string& op = nameOf(node, "attribute op");
-            if (op == "eq")
-                condition.op = Operator::Equal;
-            else if (op == "sub")
-                condition.op = Operator::Substring;
-            else if (op == "in")
-                condition.op = Operator::Member;
-            else
-                refuse("attribute op");
-        } else if (key == "value") {
-            value = node.data();
-        }
-    }
+    condition.subject = read.subject;
+    condition.op = read.op;
     if (condition.op == Operator::Member)
-        condition.values = itemsOf(value);
-    else if (!value.empty())
-        condition.values.push_back(std::move(value));
+        condition.values = itemsOf(read.value);
+    else if (!read.value.empty())
+        condition.values.push_back(std::move(read.value));
     if (condition.values.empty())
         condition.subject = Subject::Nothing;
     return condition;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "logging/PropertyTreeJson.h"
+#include "logging/RuleAttribute.h"
 #include <zulog/zulog.h>
 
 #include <optional>
@@ -38,21 +39,11 @@ private:
         Maybe,
         Yes
     };
-    enum class Subject
-    {
-        Nothing, ///< unfinished: matches nothing
-        Module,
-        Process
-    };
-    enum class Operator
-    {
-        Equal,
-        Substring,
-        Member
-    };
+    using Subject = RuleAttribute::Subject;
+    using Operator = RuleAttribute::Operator;
     struct Condition
     {
-        Subject subject = Subject::Nothing;
+        Subject subject = Subject::Nothing; ///< also of what is unfinished
         Operator op = Operator::Equal;
         std::vector<std::string> values; ///< one, but for a membership
     };

@@ -1,7 +1,5 @@
 #include "service/LoggingRules.h"
 
-#include "logging/LogSvcError.h"
-
 #include <QHash>
 #include <QStringList>
 
@@ -12,56 +10,7 @@ namespace zuLogging {
 
 namespace {
 
-using Destination = LoggingDecision::Destination;
-
 constexpr std::uint64_t knownLevels = 63;
-
-/// How much of an unknown name goes into the text of the error.
-constexpr std::size_t shownName = 40;
-
-[[noreturn]] void refuse(const char* what, const std::string& name)
-{
-    throw LogSvcError(std::string("Unknown ") + what + " '" + name.substr(0, shownName) +
-                      "' in the logging configuration");
-}
-
-/// A member that has a text and nothing else; only such a one can be one of the known names.
-const std::string& nameOf(const PropertyTree& node, const char* what)
-{
-    if (!node.empty())
-        refuse(what, "{}");
-    return node.data();
-}
-
-/// An editor adds attributes before they are filled in: an empty member is as good as none.
-bool isLeftOpen(const PropertyTree& node)
-{
-    return node.empty() && node.data().empty();
-}
-
-LogLevel readLevel(const PropertyTree& node)
-{
-    const std::string& name = nameOf(node, "level");
-    for (const LogLevel level : allLogLevels) {
-        const std::u16string_view known = logLevelName(static_cast<std::uint64_t>(level));
-        if (std::equal(name.begin(), name.end(), known.begin(), known.end(),
-                       [](char a, char16_t b) { return static_cast<unsigned char>(a) == b; }))
-            return level;
-    }
-    refuse("level", name);
-}
-
-Destination readDestination(const PropertyTree& node)
-{
-    const std::string& name = nameOf(node, "destination");
-    if (name == "none")
-        return Destination::None;
-    if (name == "logsvc")
-        return Destination::LogService;
-    if (name == "file")
-        return Destination::File;
-    refuse("destination", name);
-}
 
 QString folded(const std::string& text)
 {
@@ -127,9 +76,9 @@ void LoggingRules::addSettings(const PropertyTree& parameters, Settings& setting
 {
     for (const auto& [key, node] : parameters) {
         if (key == "level")
-            settings.level = readLevel(node);
+            settings.level = readRuleLevel(node);
         else if (key == "destination")
-            settings.destination = readDestination(node);
+            settings.destination = readRuleDestination(node);
         else if (key == "file")
             settings.file =
                 node.data().empty() ? LoggingDecision::noFile : numberOfFile(node.data());
@@ -138,33 +87,11 @@ void LoggingRules::addSettings(const PropertyTree& parameters, Settings& setting
 
 LoggingRules::Condition LoggingRules::readCondition(const PropertyTree& attribute)
 {
+    const RuleAttribute read = readRuleAttribute(attribute);
+    const std::string& value = read.value;
     Condition condition;
-    std::string value;
-    for (const auto& [key, node] : attribute) {
-        if (isLeftOpen(node))
-            continue;
-        if (key == "id") {
-            const std::string& id = nameOf(node, "attribute id");
-            if (id == "module")
-                condition.subject = Subject::Module;
-            else if (id == "process")
-                condition.subject = Subject::Process;
-            else
-                refuse("attribute id", id);
-        } else if (key == "op") {
-            const std::string& op = nameOf(node, "attribute op");
-            if (op == "eq")
-                condition.op = Operator::Equal;
-            else if (op == "sub")
-                condition.op = Operator::Substring;
-            else if (op == "in")
-                condition.op = Operator::Member;
-            else
-                refuse("attribute op", op);
-        } else if (key == "value") {
-            value = node.data();
-        }
-    }
+    condition.subject = read.subject;
+    condition.op = read.op;
     std::vector<std::string> names;
     if (condition.op == Operator::Member) {
         const QStringList items = QString::fromStdString(value).split(QLatin1Char(','));

@@ -2,6 +2,7 @@
 
 #include "logging/LogLevel.h"
 #include "logging/PropertyTreeJson.h"
+#include "logging/RuleAttribute.h"
 
 #include <QString>
 
@@ -17,12 +18,8 @@ namespace zuLogging {
 /// What happens to the messages of one module and process.
 struct LoggingDecision
 {
-    enum class Destination
-    {
-        None,       ///< dropped
-        LogService, ///< handed to the sinks
-        File        ///< handed to the sinks and written to a file
-    };
+    using Destination = RuleDestination;
+
     static constexpr std::size_t noFile = static_cast<std::size_t>(-1);
 
     LogLevel level = LogLevel::Debug;
@@ -65,21 +62,11 @@ public:
     const std::vector<std::string>& moduleNames() const { return moduleNames_; }
 
 private:
-    enum class Subject
-    {
-        Nothing, ///< unfinished: matches nothing
-        Module,
-        Process
-    };
-    enum class Operator
-    {
-        Equal,
-        Substring,
-        Member
-    };
+    using Subject = RuleAttribute::Subject;
+    using Operator = RuleAttribute::Operator;
     struct Condition
     {
-        Subject subject = Subject::Nothing;
+        Subject subject = Subject::Nothing; ///< also of what is unfinished
         Operator op = Operator::Equal;
         uint hash = 0;               ///< of the value: unequal ones need no look at the text
         QString value;               ///< folded
