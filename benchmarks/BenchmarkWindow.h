@@ -1,10 +1,12 @@
 #pragma once
 
+#include "benchmarks/BenchmarkRun.h"
 #include "store/LogContainer.h"
 #include "view/LogMessageView.h"
 #include "view/LogTableView.h"
 #include "view/LogViewHost.h"
 
+#include <QApplication>
 #include <QMainWindow>
 #include <QStatusBar>
 
@@ -44,5 +46,14 @@ private:
     std::shared_ptr<LogContainer> store_;
     LogMessageView* view_ = nullptr;
 };
+
+/// What runBenchmarks does, in a program with windows that nobody sees.
+inline int runWindowBenchmarks(int argc, char** argv)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    qunsetenv("ARZDATA"); // nothing is read or written
+    const QApplication application(argc, argv);
+    return runBenchmarks(argc, argv);
+}
 
 } // namespace zuLogging::benchmarks

@@ -129,8 +129,5 @@ BENCHMARK(tickBesideRepaint)
 
 int main(int argc, char** argv)
 {
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    qunsetenv("ARZDATA"); // nothing is read or written
-    QApplication application(argc, argv);
-    return zuLogging::benchmarks::runBenchmarks(argc, argv);
+    return zuLogging::benchmarks::runWindowBenchmarks(argc, argv);
 }

@@ -6,6 +6,7 @@
 #include "benchmarks/Scale.h"
 #include "store/MedianQuickSort.h"
 #include "store/SortedList.h"
+#include "tests/store/SortAdversary.h"
 
 #include <QString>
 
@@ -121,50 +122,12 @@ void buildIndex(benchmark::State& state)
 
 // --- Input made against the sort
 
-/// Gives out key values only when they are compared, so that the pivot is always the second lowest
-/// of its range: the input that splits worst.
-struct Adversary
-{
-    std::vector<int> values;
-    int solid = 0;
-    int candidate = 0;
-    const int gas;
-    explicit Adversary(int count)
-        : values(static_cast<std::size_t>(count), count)
-        , gas(count)
-    {
-    }
-    bool before(int a, int b)
-    {
-        int& first = values[static_cast<std::size_t>(a)];
-        int& second = values[static_cast<std::size_t>(b)];
-        if (first == gas && second == gas)
-            (a == candidate ? first : second) = solid++;
-        if (first == gas)
-            candidate = a;
-        else if (second == gas)
-            candidate = b;
-        return first < second;
-    }
-};
-
-/// Keys from 0 on, all different. The sort gives up before a million of them are all bad: as far as
-/// it goes, and a bit further, each choice of a pivot is the worst.
+/// The sort gives up before a million of them are all bad: as far as it goes, and a bit further,
+/// each choice of a pivot is the worst.
 const std::vector<int>& hostileKeys()
 {
-    static const std::vector<int> kept = [] {
-        Adversary adversary(rows);
-        std::vector<int> items(static_cast<std::size_t>(rows));
-        std::iota(items.begin(), items.end(), 0);
-        std::size_t work = std::size_t{1600} * items.size();
-        medianQuickSort(
-            items.data(), items.data() + rows, [&](int a, int b) { return adversary.before(a, b); },
-            work);
-        for (int& value : adversary.values)
-            if (value == adversary.gas)
-                value = adversary.solid++;
-        return adversary.values;
-    }();
+    static const std::vector<int> kept =
+        test::hostileSortKeys(rows, std::size_t{1600} * static_cast<std::size_t>(rows));
     return kept;
 }
 

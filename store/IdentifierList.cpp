@@ -1,6 +1,7 @@
 #include "store/IdentifierList.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace zuLogging {
 
@@ -37,6 +38,19 @@ void IdentifierList::removeAt(std::size_t row)
         if (--count->second == 0)
             counts_.erase(count);
     }
+}
+
+void IdentifierList::removeFirst(std::size_t count)
+{
+    if (count <= identifiers_.size() / 2) {
+        for (std::size_t i = 0; i < count; ++i)
+            removeFirst();
+        return;
+    }
+    IdentifierList kept; // fewer
+    for (std::size_t row = count; row < identifiers_.size(); ++row)
+        kept.append(identifiers_[row]);
+    *this = std::move(kept);
 }
 
 void IdentifierList::clear()

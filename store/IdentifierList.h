@@ -22,6 +22,8 @@ public:
     /// Before `row`, which is at most `size()`.
     void insert(std::size_t row, std::uint64_t identifier);
     void removeFirst() { removeAt(0); }
+    /// So many, which are there.
+    void removeFirst(std::size_t count);
     void removeAt(std::size_t row);
     void clear();
 

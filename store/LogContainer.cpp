@@ -459,14 +459,16 @@ void LogContainer::putInForce(FilterChange& change)
     change.hold.unlock();
 }
 
-void LogContainer::truncateTo(int count)
+std::shared_ptr<void> LogContainer::truncateTo(int count)
 {
     const FilterGuard guard(filterLock_);
     const int surplus = fullModel_ ? fullModel_->messageCount() - std::max(count, 0) : 0;
     if (surplus <= 0)
-        return;
-    fullModel_->removeOldest(surplus);
+        return {};
+    auto removed =
+        std::make_shared<std::deque<std::shared_ptr<LogMessage>>>(fullModel_->takeOldest(surplus));
     ledger_->add(LogCount::Cleared, static_cast<std::uint64_t>(surplus));
+    return removed;
 }
 
 std::shared_ptr<void> LogContainer::clearModels()

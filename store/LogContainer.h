@@ -129,9 +129,10 @@ public:
                                                 WorkControl* control) const;
     /// Puts it in force in a moment, and lets go of the rows. GUI thread.
     void apply(FilterChange& change);
-    /// GUI thread: keeps the newest `count` rows of the full model. Does not touch the filtered
-    /// one.
-    void truncateTo(int count);
+    /// Keeps the newest `count` rows of the full model. Does not touch the filtered one. Any
+    /// thread, as long as the models are there. What was removed, null if nothing was, for whoever
+    /// wants to free it elsewhere.
+    std::shared_ptr<void> truncateTo(int count);
     /// GUI thread: empties both models; records still queued come afterwards. What they held, for
     /// whoever wants to free it elsewhere: of millions of rows that takes seconds.
     std::shared_ptr<void> clearModels();

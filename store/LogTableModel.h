@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -15,10 +16,10 @@
 namespace zuLogging {
 
 class LogContainer;
-class LogMessageMatcher;
-class SortedList;
 class WorkControl;
+struct PreparedSort;
 struct RowContent;
+struct TableRows;
 
 /// Log messages as table rows: in order of arrival, or through a sort index.
 ///
@@ -51,8 +52,7 @@ public:
                         int role = Qt::DisplayRole) const override;
     Qt::ItemFlags flags(const QModelIndex& index) const override;
     void sort(int column, Qt::SortOrder order = Qt::AscendingOrder) override;
-    /// A sort that was worked out beside the rows. Freeing it may take long.
-    struct PreparedSort;
+    using PreparedSort = zuLogging::PreparedSort;
     /// What `sort` would do, on any thread, while the window goes on reading; no row may come or go
     /// meanwhile (LogContainer::holdRows), nor references or columns change. Throws WorkCancelled.
     std::shared_ptr<PreparedSort> prepareSort(int column, Qt::SortOrder order,
@@ -83,6 +83,9 @@ public:
     int removeOldest();
     /// The same `count` times under one lock; the results in order.
     std::vector<int> removeOldest(int count);
+    /// Drops as many and gives them, for whoever wants to free them elsewhere: of millions that
+    /// takes seconds. Any thread.
+    std::deque<std::shared_ptr<LogMessage>> takeOldest(int count);
     /// Removes the first row whose service message identifier is `identifier`, sign-extended, from
     /// messages and identifiers only: the sort index is not touched. An identifier below 1 is not
     /// looked for. Any thread.
@@ -130,8 +133,12 @@ public:
     /// happens meanwhile: in an unsorted table the search and its end move along with their rows,
     /// and when the row is gone the search goes on at the table's end; rows that come may be
     /// visited or not. It ends after as many cells as there were at the beginning, in any case.
+    /// GUI thread, or with a `control`, which is told how far it is each time the lock is let go of,
+    /// another one while the GUI thread waits, reading what it likes: order and columns must not
+    /// change. When it returns rows may have moved on: who uses what was found holds them
+    /// (LogContainer::holdRows) and looks whether it is still there. Throws WorkCancelled.
     QModelIndex findNext(const QModelIndex& start, const QString& text, bool directionDown,
-                         Qt::CaseSensitivity caseRule) const;
+                         Qt::CaseSensitivity caseRule, WorkControl* control = nullptr) const;
     QVariant sortKey(int storedRow, int column) const;
 
     int sortColumn() const;
@@ -171,46 +178,12 @@ Q_SIGNALS:
     void firstRowsGone(int count);
 
 private:
-    struct Rows;
-
-    // The lock is held by the caller of these.
-    void append(std::shared_ptr<LogMessage> message);
-    void insert(int row, std::shared_ptr<LogMessage> message);
-    std::shared_ptr<LogMessage> takeOldest(int& identifier);
-    std::shared_ptr<LogMessage> takeByIdentifier(int identifier);
-    void removeReferenceLocked(int displayedRow);
-    const LogMessage* shownMessage(int displayedRow, int& storedRow) const;
-    QString text(const LogMessage& message, int storedRow, int field) const;
-    QString timestampCell(const LogMessage& message, int storedRow) const;
-    enum class Reference
-    {
-        None,
-        Itself,
-        Other
-    };
-    Reference secondsSinceReference(const LogMessage& message, int storedRow, float& seconds) const;
-    bool referenceTime(int referenceRow, std::uint64_t& timestamp) const;
+    QModelIndex cell(int row, int column) const;
     void addLoaded(const std::vector<std::shared_ptr<LogMessage>>& messages, WorkControl* control);
     void reorder(int column, Qt::SortOrder order, PreparedSort* prepared);
-    void addToSortIndex(const std::shared_ptr<LogMessage>& message, int storedRow);
-    struct IndexKind;
-    void addKey(SortedList& index, IndexKind kind, const std::shared_ptr<LogMessage>& message,
-                int storedRow) const;
-    void reserveKeys(SortedList& index, int field) const;
-    void addKeys(SortedList& index, IndexKind kind, int first, int last) const;
-    void addTextKeys(SortedList& index, int field, int first, int last) const;
-    int fieldAt(int column) const;
-    QString shownText(int displayedRow, int column) const;
-    bool shownContains(const LogMessage* message, int storedRow, int field,
-                       const LogMessageMatcher& text) const;
-    bool anyFieldContains(const LogMessage* message, int storedRow,
-                          const LogMessageMatcher& text) const;
-
-    int readAhead(int row, bool directionDown) const;
-    bool showsSeconds() const;
 
     std::shared_ptr<LogContainer> store_;
-    std::unique_ptr<Rows> rows_;
+    std::unique_ptr<TableRows> rows_; ///< under lock_
     mutable FairMutex lock_;
 };
 

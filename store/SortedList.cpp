@@ -305,13 +305,13 @@ std::vector<SortedList::TextPosition> SortedList::sortedTexts(Qt::SortOrder orde
     TextOrder texts;
     if (control)
         control->beginPart(ranksBegin, quickSortBegins);
-    {
-        std::vector<std::u16string_view> views;
-        views.reserve(count);
-        for (const TextPosition& position : textOrder_)
-            views.push_back(texts_[position.item].text());
-        texts = orderTexts(views, control);
-    }
+    texts = orderTexts(
+        count,
+        [this](std::size_t first, std::size_t last, std::u16string_view* to) {
+            for (std::size_t i = first; i < last; ++i)
+                *to++ = texts_[textOrder_[i].item].text();
+        },
+        control);
     const bool ascending = order == Qt::AscendingOrder;
     if (texts.distinct == count) {
         // All different: there is one order only, and the ranks are it.

@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstring>
 #include <numeric>
+#include <utility>
 
 namespace zuLogging {
 
@@ -43,30 +44,60 @@ std::size_t commonLength(std::u16string_view a, std::u16string_view b, std::size
     return i;
 }
 
+/// One block at a time: a list that is made at its full size is gone through twice.
+Texts allTexts(std::size_t count, const TextSource& source)
+{
+    Texts texts;
+    texts.reserve(count);
+    std::array<std::u16string_view, 256> block;
+    while (texts.size() < count) {
+        const std::size_t first = texts.size();
+        const std::size_t size = std::min(block.size(), count - first);
+        source(first, first + size, block.data());
+        texts.insert(texts.end(), block.begin(), block.begin() + size);
+    }
+    return texts;
+}
+
+/// What `a == b` says, which compares unit by unit.
+bool isSame(std::u16string_view a, std::u16string_view b)
+{
+    return a.size() == b.size() &&
+           (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(char16_t)) == 0);
+}
+
 /// Logs repeat themselves: modules, groups and levels are a handful of texts. Finds each in a small
 /// table and orders only those.
 class FewTexts
 {
 public:
     /// False, early, when there are too many different ones.
-    bool collect(const Texts& texts, std::vector<std::uint32_t>& numbers, WorkControl* control)
+    bool collect(std::size_t count, const TextSource& source, std::vector<std::uint32_t>& numbers,
+                 WorkControl* control)
     {
-        numbers.resize(texts.size());
+        numbers.resize(count);
         // The texts lie scattered in memory: first only read, many at a time, since the processor
         // can wait for many of them at once as long as nothing depends on what they hold.
         constexpr std::size_t block = 64;
+        std::array<std::u16string_view, block> texts;
+        std::array<std::u16string_view, block> nextTexts;
         std::array<std::uint32_t, block> slotsOfBlock;
-        for (std::size_t first = 0; first < texts.size(); first += block) {
-            const std::size_t count = std::min(block, texts.size() - first);
-            const std::size_t ahead = std::min(first + 2 * block, texts.size());
+        std::size_t end = std::min(block, count);
+        source(0, end, nextTexts.data());
+        for (std::size_t first = 0; first < count; first += block) {
             if (first % reportedTexts == 0)
-                report(control, first, texts.size());
-            for (std::size_t i = first + count; i < ahead; ++i)
-                platform::prefetch(texts[i].data());
-            for (std::size_t i = 0; i < count; ++i)
-                slotsOfBlock[i] = slotOf(texts[first + i]);
-            for (std::size_t i = 0; i < count; ++i)
-                if (!numberOf(texts[first + i], slotsOfBlock[i], numbers[first + i]))
+                report(control, first, count);
+            texts = nextTexts;
+            const std::size_t size = end - first;
+            const std::size_t nextSize = std::min(block, count - end);
+            source(end, end + nextSize, nextTexts.data());
+            end += nextSize;
+            for (std::size_t i = 0; i < nextSize; ++i)
+                platform::prefetch(nextTexts[i].data());
+            for (std::size_t i = 0; i < size; ++i)
+                slotsOfBlock[i] = slotOf(texts[i]);
+            for (std::size_t i = 0; i < size; ++i)
+                if (!numberOf(texts[i], slotsOfBlock[i], numbers[first + i]))
                     return false;
         }
         return true;
@@ -102,7 +133,7 @@ private:
                     return false;
                 found_.push_back(text);
                 taken = static_cast<std::uint32_t>(found_.size());
-            } else if (found_[taken - 1] != text) {
+            } else if (!isSame(found_[taken - 1], text)) {
                 continue;
             }
             number = taken - 1;
@@ -118,11 +149,11 @@ private:
 class Sorter
 {
 public:
-    Sorter(const Texts& texts, WorkControl* control)
-        : texts_(texts)
+    Sorter(Texts texts, WorkControl* control)
+        : texts_(std::move(texts))
         , control_(control)
-        , items_(texts.size())
-        , startsGroup_(texts.size(), 1)
+        , items_(texts_.size())
+        , startsGroup_(texts_.size(), 1)
     {
         for (std::size_t i = 0; i < items_.size(); ++i)
             items_[i].index = static_cast<std::uint32_t>(i);
@@ -239,7 +270,7 @@ private:
             startsGroup_[i] = rest(items_[i]) != rest(items_[i - 1]);
     }
 
-    const Texts& texts_;
+    const Texts texts_;
     WorkControl* const control_;
     std::size_t told_ = 0; ///< texts in order at the last report
     std::vector<Item> items_;
@@ -249,12 +280,13 @@ private:
 
 } // namespace
 
-TextOrder orderTexts(const std::vector<std::u16string_view>& texts, WorkControl* control)
+TextOrder orderTexts(std::size_t count, const TextSource& source, WorkControl* control)
 {
     FewTexts few;
     std::vector<std::uint32_t> numbers;
-    if (!few.collect(texts, numbers, control))
-        return Sorter(texts, control).run();
+    if (!few.collect(count, source, numbers, control)) {
+        return Sorter(allTexts(count, source), control).run();
+    }
 
     const Texts& found = few.found();
     std::vector<std::uint32_t> byText(found.size());
@@ -271,6 +303,14 @@ TextOrder orderTexts(const std::vector<std::u16string_view>& texts, WorkControl*
         number = rankOf[number];
     order.ranks = std::move(numbers);
     return order;
+}
+
+TextOrder orderTexts(const std::vector<std::u16string_view>& texts)
+{
+    return orderTexts(texts.size(),
+                      [&texts](std::size_t first, std::size_t last, std::u16string_view* to) {
+                          std::copy(texts.data() + first, texts.data() + last, to);
+                      });
 }
 
 } // namespace zuLogging

@@ -56,6 +56,30 @@ TEST(IdentifierList, FindsTheFirstRowOfAnIdentifierAsAPlainSearchDoes)
     }
 }
 
+TEST(IdentifierList, ManyFirstOnesGoAtOnceAsTheyGoOneByOne)
+{
+    std::mt19937 random(2);
+    for (int round = 0; round < 200; ++round) {
+        IdentifierList atOnce;
+        IdentifierList oneByOne;
+        const auto size = static_cast<std::size_t>(1 + random() % 40);
+        for (std::size_t i = 0; i < size; ++i) {
+            const std::uint64_t identifier = round % 2 == 0 ? i : random() % 20;
+            atOnce.append(identifier);
+            oneByOne.append(identifier);
+        }
+        if (round % 3 == 0)
+            atOnce.indexOf(5); // counted
+        const std::size_t count = random() % (size + 1);
+        atOnce.removeFirst(count);
+        for (std::size_t i = 0; i < count; ++i)
+            oneByOne.removeFirst();
+        ASSERT_EQ(atOnce.size(), oneByOne.size());
+        for (std::uint64_t identifier = 0; identifier < 40; ++identifier)
+            ASSERT_EQ(atOnce.indexOf(identifier), oneByOne.indexOf(identifier));
+    }
+}
+
 TEST(RowShifts, FollowsEveryRowThroughRemovalsAndInsertions)
 {
     for (unsigned seed = 0; seed < 50; ++seed) {

@@ -4,6 +4,7 @@
 #include "store/SortedList.h"
 #include "store/ViewSettings.h"
 #include "tests/store/ServiceStandIn.h"
+#include "tests/store/StoreDesk.h"
 #include "tests/store/StoreTestSupport.h"
 #include "tests/support/ListenerUnderTest.h"
 #include "tests/support/TestEnvironment.h"
@@ -28,40 +29,16 @@ using Access = LogContainerAccess;
 namespace {
 
 template <class Store>
-struct Desk
+struct Desk : StoreDesk<Store>
 {
-    Desk()
-        : store(std::make_shared<Store>())
-        , full(store)
-        , filtered(store)
-    {
-        store->setModels(&full, &filtered);
-        QObject::connect(store.get(), &LogContainer::stopLoggingDone, [this] { ++done; });
-    }
-    ~Desk() { store->setModels(nullptr, nullptr); }
+    using StoreDesk<Store>::full;
+    using StoreDesk<Store>::store;
 
     void filterBy(const QString& include) { store->setFilter({include}, {}, {}, false, false); }
-    /// Moves everything that is queued, as the worker would, on this thread.
-    void drain()
-    {
-        while (store->queueSize() > 0)
-            Access::moveMessages(*store);
-    }
     bool waitForRows(int count)
     {
         return waitFor([this, count] { return full.rowCount() >= count; }, 30000);
     }
-    bool stop()
-    {
-        const int before = done;
-        store->stopLogging();
-        return waitFor([this, before] { return done > before; });
-    }
-
-    std::atomic<int> done{0};
-    std::shared_ptr<Store> store;
-    LogTableModel full;
-    LogTableModel filtered;
 };
 
 using QuietDesk = Desk<QuietStore>;
@@ -271,6 +248,23 @@ TEST(LogContainer, TruncatingKeepsTheNewestRowsOfTheFullModelOnly)
     EXPECT_EQ(storedIds(desk.filtered), range(1, 10));
     desk.store->truncateTo(-5);
     EXPECT_EQ(desk.full.rowCount(), 0);
+}
+
+TEST(LogContainer, WhatTruncatingRemovesLivesUntilItIsLetGoOf)
+{
+    QuietDesk desk;
+    for (std::uint64_t id = 1; id <= 10; ++id)
+        desk.full.addMessage(makeMessage(id));
+    const std::weak_ptr<LogMessage> first = desk.full.messageAt(0);
+    const std::weak_ptr<LogMessage> last = desk.full.messageAt(8);
+    EXPECT_EQ(desk.store->truncateTo(10), nullptr);
+    std::shared_ptr<void> removed = desk.store->truncateTo(1);
+    EXPECT_EQ(storedIds(desk.full), range(10, 10));
+    EXPECT_FALSE(first.expired());
+    EXPECT_FALSE(last.expired());
+    removed.reset();
+    EXPECT_TRUE(first.expired());
+    EXPECT_TRUE(last.expired());
 }
 
 // --- Filter

@@ -1,6 +1,6 @@
 #include "store/LogTableModel.h"
 #include "store/SortedList.h"
-#include "tests/store/StoreTestSupport.h"
+#include "tests/store/TableModelTest.h"
 #include "tests/support/TestEnvironment.h"
 
 #include <QAbstractItemModelTester>
@@ -13,6 +13,7 @@
 #include <boost/thread/thread.hpp>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <random>
 
@@ -21,25 +22,9 @@ using namespace zuLogging::test;
 
 namespace {
 
-constexpr int idColumn = FieldServiceMsgID - 1;
-constexpr int timeColumn = FieldTimestamp - 1;
-constexpr int messageColumn = FieldLogMessage - 1;
-
-/// A full model and a filtered one over a quiet store.
-class LogTableModelTest : public ::testing::Test
+class LogTableModelTest : public TableModelTest
 {
 protected:
-    LogTableModelTest()
-        : store(std::make_shared<QuietStore>())
-        , model(store)
-        , filtered(store)
-    {
-        store->setModels(&model, &filtered);
-        model.setColumns(defaultColumnOrder());
-        filtered.setColumns(defaultColumnOrder());
-    }
-    ~LogTableModelTest() override { store->setModels(nullptr, nullptr); }
-
     void addTexts(const std::vector<std::u16string>& texts)
     {
         for (const auto& text : texts)
@@ -54,16 +39,6 @@ protected:
             to.addMessage(makeMessage(fields));
         }
     }
-    void addMany(int count)
-    {
-        for (int i = 0; i < count; ++i)
-            model.addMessage(makeMessage(nextId++));
-    }
-
-    std::shared_ptr<LogContainer> store;
-    LogTableModel model;
-    LogTableModel filtered;
-    std::uint64_t nextId = 1;
 };
 
 } // namespace
@@ -386,6 +361,89 @@ TEST_F(LogTableModelTest, AnInsertAtANegativeRowDoesNothingAndOneBeyondTheEndApp
     model.insertMessage(2, makeMessage(80));
     model.insertMessage(1, nullptr);
     EXPECT_EQ(storedIds(model), (std::vector<std::uint64_t>{60, 1, 80, 2, 70}));
+}
+
+TEST_F(LogTableModelTest, TheOldestRowsCanBeHadToBeFreedElsewhere)
+{
+    addMany(10);
+    const std::vector<std::shared_ptr<LogMessage>> all = model.messagesFrom(0, 10);
+    EXPECT_TRUE(model.takeOldest(0).empty());
+    EXPECT_TRUE(model.takeOldest(-1).empty());
+    for (const auto& [asked, first, count] :
+         {std::array{2, 0, 2}, std::array{7, 2, 7}, std::array{5, 9, 1}, std::array{1, 10, 0}}) {
+        const auto taken = model.takeOldest(asked);
+        EXPECT_TRUE(std::equal(taken.begin(), taken.end(), all.begin() + first,
+                               all.begin() + first + count));
+        EXPECT_EQ(model.messageCount(), 10 - first - count);
+    }
+}
+
+TEST_F(LogTableModelTest, ManyOldestRowsGoAtOnceAsTheyGoOneByOne)
+{
+    for (const int sortedBy : {-1, idColumn, messageColumn}) {
+        for (const int count : {1, 3, 10, 11, 19, 20, 30}) {
+            LogTableModel oneByOne(store);
+            for (LogTableModel* const to : {&model, &oneByOne}) {
+                to->setColumns(defaultColumnOrder());
+                to->clear();
+                for (const std::uint64_t id : {5U, 9U, 2U, 2U, 8U, 7U, 1U, 3U, 4U, 6U})
+                    to->addMessage(makeMessage(id));
+                to->sort(sortedBy, Qt::DescendingOrder);
+                to->announceChanges();
+                to->removeOldest();
+                for (std::uint64_t id = 11; id <= 21; ++id) // behind the order
+                    to->addMessage(makeMessage(id, u"more"));
+            }
+            QPersistentModelIndex held = model.index(4, 0);
+            QPersistentModelIndex expected = oneByOne.index(4, 0);
+            std::vector<int> identifiers;
+            for (int i = 0; i < count; ++i)
+                identifiers.push_back(oneByOne.removeOldest());
+            EXPECT_EQ(model.removeOldest(count), identifiers);
+            EXPECT_EQ(storedIds(model), storedIds(oneByOne));
+            EXPECT_EQ(shownColumn(model, idColumn), shownColumn(oneByOne, idColumn));
+            model.announceChanges();
+            oneByOne.announceChanges();
+            EXPECT_EQ(held.row(), expected.row());
+            for (const int identifier : {2, 6, 14, 21, 99}) {
+                EXPECT_EQ(model.removeByIdentifier(identifier),
+                          oneByOne.removeByIdentifier(identifier));
+                EXPECT_EQ(storedIds(model), storedIds(oneByOne));
+            }
+        }
+    }
+}
+
+TEST_F(LogTableModelTest, AnEntryOfRowZeroLeavesTheSortIndexWithEachOfManyRows)
+{
+    LogTableModel oneByOne(store);
+    for (LogTableModel* const to : {&model, &oneByOne}) {
+        to->setColumns(defaultColumnOrder());
+        to->addMessage(makeMessage(1));
+        to->sort(idColumn, Qt::DescendingOrder);
+        for (std::uint64_t id = 1; id <= 4; ++id) { // the entry stays, and the next row is 0 again
+            EXPECT_TRUE(to->removeByIdentifier(static_cast<int>(id)));
+            to->addMessage(makeMessage(id + 1));
+        }
+        for (std::uint64_t id = 6; id <= 12; ++id)
+            to->addMessage(makeMessage(id));
+    }
+    const auto order = [](const LogTableModel& of) {
+        std::vector<int> rows;
+        for (int row = 0; row < of.rowCount(); ++row)
+            rows.push_back(of.storedRow(row));
+        return rows;
+    };
+    ASSERT_EQ(order(model), (std::vector<int>{0, 0, 0, 0, 0, 1, 2, 3}));
+    std::vector<int> identifiers;
+    for (int i = 0; i < 3; ++i)
+        identifiers.push_back(oneByOne.removeOldest());
+    EXPECT_EQ(model.removeOldest(3), identifiers);
+    EXPECT_EQ(order(model), order(oneByOne));
+    EXPECT_EQ(model.takeOldest(2).size(), 2U);
+    oneByOne.removeOldest();
+    oneByOne.removeOldest();
+    EXPECT_EQ(order(model), order(oneByOne));
 }
 
 TEST_F(LogTableModelTest, RemovingTheOldestReturnsTheLow32BitsOfItsIdentifier)

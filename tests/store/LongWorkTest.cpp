@@ -19,6 +19,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <future>
 #include <numeric>
 #include <random>
 #include <thread>
@@ -288,6 +289,51 @@ TEST_F(LongWork, ASortBesideTheRowsGivesTheOrderOfThePlainOne)
             ASSERT_EQ(order(full), order(plain));
         }
     }
+}
+
+TEST_F(LongWork, ASearchBesideTheRowsFindsWhatTheWindowWouldFind)
+{
+    fill(5000);
+    const auto find = [&](const QModelIndex& start, const QString& text, bool down) {
+        const LogContainer::RowsHold hold = store->holdRows();
+        WorkControl control;
+        return std::async(
+                   std::launch::async,
+                   [&] { return full.findNext(start, text, down, Qt::CaseInsensitive, &control); })
+            .get();
+    };
+    for (const int column : {-1, 11}) {
+        full.sort(column, Qt::DescendingOrder);
+        for (int i = 0; i < 20; ++i) {
+            const QModelIndex start = full.index(static_cast<int>(random() % 5000), 3);
+            const QString text = i % 4 == 0 ? QStringLiteral("nowhere")
+                                            : QStringLiteral("TEXT %1").arg(random() % 500);
+            const bool down = i % 2 == 0;
+            EXPECT_EQ(find(start, text, down),
+                      full.findNext(start, text, down, Qt::CaseInsensitive));
+        }
+    }
+}
+
+TEST_F(LongWork, ASearchTellsHowFarItIsAndCanBeCancelledAnywhere)
+{
+    fill(20000);
+    const auto search = [&](WorkControl& control) {
+        full.findNext(full.index(0, 0), QStringLiteral("nowhere"), true, Qt::CaseSensitive,
+                      &control);
+    };
+    int last = 0;
+    WorkControl watched([&](WorkControl& self) {
+        EXPECT_GE(self.percent(), last);
+        EXPECT_LE(self.percent() - last, 6);
+        last = self.percent();
+    });
+    search(watched);
+    EXPECT_GE(last, 90);
+
+    const Messages before = rows(full);
+    const int times = cancelEverywhere(search, [&] { ASSERT_EQ(rows(full), before); });
+    EXPECT_GE(times, 20000 / 1024);
 }
 
 TEST_F(LongWork, WhatViewsHoldOnToFollowsItsMessageThroughASortBesideTheRows)

@@ -4,6 +4,7 @@
 #include "store/LogContainer.h"
 #include "store/LogTableModel.h"
 #include "tests/store/ServiceStandIn.h"
+#include "tests/store/StoreDesk.h"
 #include "tests/store/StoreTestSupport.h"
 #include "tests/support/TestContainer.h"
 #include "tests/support/TestEnvironment.h"
@@ -23,35 +24,17 @@ using Access = LogContainerAccess;
 namespace {
 
 template <class Store>
-struct Desk
+struct Desk : StoreDesk<Store>
 {
-    Desk()
-        : store(std::make_shared<Store>())
-        , full(store)
-        , filtered(store)
-    {
-        store->setModels(&full, &filtered);
-        QObject::connect(store.get(), &LogContainer::stopLoggingDone, [this] { ++done; });
-    }
-    ~Desk() { store->setModels(nullptr, nullptr); }
+    using StoreDesk<Store>::full;
+    using StoreDesk<Store>::store;
 
     std::uint64_t count(LogCount which) const { return store->ledger()->count(which); }
-    void drain()
-    {
-        while (store->queueSize() > 0)
-            Access::moveMessages(*store);
-    }
     /// `ids` from 1 on.
     void add(std::uint64_t first, std::uint64_t last)
     {
         for (std::uint64_t id = first; id <= last; ++id)
             store->addMessage(decoded(id, id % 2 == 0 ? u"even" : u"odd"));
-    }
-    bool stop()
-    {
-        const int before = done;
-        store->stopLogging();
-        return waitFor([this, before] { return done > before; });
     }
     /// What the ledger says of the way from the queue to the rows, at rest.
     void expectStoreBalances() const
@@ -64,11 +47,6 @@ struct Desk
                       counts[LogCount::RemovedAtLimit] + counts[LogCount::Cleared]);
         EXPECT_EQ(store->movedMessages(), counts[LogCount::Moved]);
     }
-
-    std::atomic<int> done{0};
-    std::shared_ptr<Store> store;
-    LogTableModel full;
-    LogTableModel filtered;
 };
 
 using QuietDesk = Desk<QuietStore>;

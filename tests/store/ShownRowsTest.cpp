@@ -1,5 +1,5 @@
 #include "store/LogTableModel.h"
-#include "tests/store/StoreTestSupport.h"
+#include "tests/store/TableModelTest.h"
 #include "tests/support/TestEnvironment.h"
 
 #include <QAbstractItemModelTester>
@@ -19,31 +19,13 @@ using namespace zuLogging::test;
 namespace {
 
 constexpr int cap = 100;
-constexpr int idColumn = FieldServiceMsgID - 1;
-constexpr int timeColumn = FieldTimestamp - 1;
-constexpr int messageColumn = FieldLogMessage - 1;
 
 /// A model that shows 100 rows at most.
-class ShownRows : public ::testing::Test
+class ShownRows : public TableModelTest
 {
 protected:
-    ShownRows()
-        : store(std::make_shared<QuietStore>())
-        , model(store)
-        , filtered(store)
-    {
-        store->setModels(&model, &filtered);
-        model.setColumns(defaultColumnOrder());
-        filtered.setColumns(defaultColumnOrder());
-        model.setMaximumShownRows(cap);
-    }
-    ~ShownRows() override { store->setModels(nullptr, nullptr); }
+    ShownRows() { model.setMaximumShownRows(cap); }
 
-    void addMany(int count)
-    {
-        for (int i = 0; i < count; ++i)
-            model.addMessage(makeMessage(nextId++));
-    }
     std::uint64_t shownId(int row) const
     {
         return model.data(model.index(row, idColumn)).toULongLong();
@@ -60,11 +42,6 @@ protected:
         EXPECT_FALSE(model.headerData(rows, Qt::Vertical).isValid());
         EXPECT_EQ(model.hiddenRows() + rows, model.messageCount());
     }
-
-    std::shared_ptr<QuietStore> store;
-    LogTableModel model;
-    LogTableModel filtered;
-    std::uint64_t nextId = 1;
 };
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "store/SortedList.h"
 #include "store/MedianQuickSort.h"
 #include "store/TextOrder.h"
+#include "tests/store/SortAdversary.h"
 #include "tests/support/TestEnvironment.h"
 
 #include <QVariant>
@@ -20,6 +21,8 @@ using zuLogging::medianQuickSort;
 using zuLogging::orderTexts;
 using zuLogging::SortedList;
 using zuLogging::TextOrder;
+using zuLogging::test::hostileSortKeys;
+using zuLogging::test::SortAdversary;
 
 namespace {
 
@@ -396,6 +399,28 @@ TEST(TextOrder, AFewTextsOverAndOverAreRankedAsManyAre)
     }
 }
 
+TEST(TextOrder, AFewTextsAreRankedWhateverTheirNumber)
+{
+    std::mt19937 random(5);
+    for (const int count : {1, 63, 64, 65, 127, 128, 129, 192, 1000}) {
+        std::vector<QString> texts;
+        for (int i = 0; i < count; ++i)
+            texts.push_back(QString::number(random() % 9));
+        expectRanksAreThoseOfTheTexts(texts);
+    }
+}
+
+TEST(TextOrder, AFewTextsThatDifferInTheirMiddleOnlyAreToldApart)
+{
+    std::vector<QString> texts;
+    for (int i = 0; i < 500; ++i)
+        texts.push_back(
+            QStringLiteral("same%1same").arg(QChar(static_cast<ushort>(i % 50 * 1311))));
+    texts.push_back(QString());
+    texts.push_back(QString(QChar(0)));
+    expectRanksAreThoseOfTheTexts(texts);
+}
+
 TEST(TextOrder, LongTextsThatDifferAtTheirEndsAreToldApart)
 {
     std::vector<QString> texts;
@@ -526,41 +551,10 @@ TEST(SortedList, SixteenThousandEntriesThatSplitBadlyDoNotFillTheStack)
                   keys[static_cast<std::size_t>(list.indexAt(i))]);
 }
 
-namespace {
-
-/// Gives out key values only when they are compared, so that the pivot is always the second lowest
-/// of its range: the input that splits worst.
-struct Adversary
-{
-    std::vector<int> values;
-    int solid = 0;
-    int candidate = 0;
-    const int gas;
-    explicit Adversary(int count)
-        : values(static_cast<std::size_t>(count), count)
-        , gas(count)
-    {
-    }
-    bool before(int a, int b)
-    {
-        int& first = values[static_cast<std::size_t>(a)];
-        int& second = values[static_cast<std::size_t>(b)];
-        if (first == gas && second == gas)
-            (a == candidate ? first : second) = solid++;
-        if (first == gas)
-            candidate = a;
-        else if (second == gas)
-            candidate = b;
-        return first < second;
-    }
-};
-
-} // namespace
-
 TEST(SortedList, TheStackStaysLogarithmicOnTheInputMadeAgainstThisSort)
 {
     constexpr int count = 6000;
-    Adversary adversary(count);
+    SortAdversary adversary(count);
     std::vector<int> items(count);
     for (int i = 0; i < count; ++i)
         items[static_cast<std::size_t>(i)] = i;
@@ -586,17 +580,10 @@ TEST(SortedList, TheStackStaysLogarithmicOnTheInputMadeAgainstThisSort)
 
 namespace {
 
-/// Keys on which the sort's own choice of pivots is the worst at each step.
+/// The worst at every step.
 std::vector<int> hostileKeys(int count)
 {
-    Adversary adversary(count);
-    std::vector<int> items(static_cast<std::size_t>(count));
-    std::iota(items.begin(), items.end(), 0);
-    std::size_t work = std::numeric_limits<std::size_t>::max();
-    EXPECT_TRUE(medianQuickSort(
-        items.data(), items.data() + count, [&](int a, int b) { return adversary.before(a, b); },
-        work));
-    return adversary.values;
+    return hostileSortKeys(count, std::numeric_limits<std::size_t>::max());
 }
 
 std::size_t workFor(std::vector<int> keys)
