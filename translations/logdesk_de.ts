@@ -214,6 +214,21 @@
     </message>
 </context>
 <context>
+    <name>zuLogging::LoadedFilesToolbar</name>
+    <message>
+        <source>Log Message Info Toolbar</source>
+        <translation>Log-Informationsleiste</translation>
+    </message>
+    <message>
+        <source>Files: </source>
+        <translation>Dateien: </translation>
+    </message>
+    <message>
+        <source>Files</source>
+        <translation>Dateien</translation>
+    </message>
+</context>
+<context>
     <name>zuLogging::LogConfigData</name>
     <message>
         <source>Failed to load the configuration file and modules (%1)</source>
@@ -363,18 +378,10 @@
     </message>
 </context>
 <context>
-    <name>zuLogging::LogMessageView</name>
+    <name>zuLogging::LogMessageToolbar</name>
     <message>
         <source>Log Message Toolbar</source>
         <translation>Log-Meldungsleiste</translation>
-    </message>
-    <message>
-        <source>Log Message Info Toolbar</source>
-        <translation>Log-Informationsleiste</translation>
-    </message>
-    <message>
-        <source>Ready</source>
-        <translation>Bereit</translation>
     </message>
     <message>
         <source>Logging</source>
@@ -395,6 +402,18 @@
     <message>
         <source>Enable / disable filtering</source>
         <translation>Filter ein- / ausschalten</translation>
+    </message>
+    <message>
+        <source>ZU Log Service: </source>
+        <translation>ZU-Log-Dienst: </translation>
+    </message>
+    <message>
+        <source>ZU Log Service</source>
+        <translation>ZU-Log-Dienst</translation>
+    </message>
+    <message>
+        <source>Refresh</source>
+        <translation>Aktualisieren</translation>
     </message>
     <message>
         <source>Number of log messages: </source>
@@ -419,18 +438,6 @@
     <message>
         <source>Queued</source>
         <translation>Wartend</translation>
-    </message>
-    <message>
-        <source>ZU Log Service: </source>
-        <translation>ZU-Log-Dienst: </translation>
-    </message>
-    <message>
-        <source>ZU Log Service</source>
-        <translation>ZU-Log-Dienst</translation>
-    </message>
-    <message>
-        <source>Refresh</source>
-        <translation>Aktualisieren</translation>
     </message>
     <message>
         <source>Clear the log window</source>
@@ -461,12 +468,19 @@
         <translation>Die aktuelle Log-Ansicht in einer Textdatei speichern (mit Filter)</translation>
     </message>
     <message>
-        <source>Files: </source>
-        <translation>Dateien: </translation>
+        <source>Running</source>
+        <translation>Läuft</translation>
     </message>
     <message>
-        <source>Files</source>
-        <translation>Dateien</translation>
+        <source>Stopped</source>
+        <translation>Gestoppt</translation>
+    </message>
+</context>
+<context>
+    <name>zuLogging::LogMessageView</name>
+    <message>
+        <source>Ready</source>
+        <translation>Bereit</translation>
     </message>
     <message>
         <source>Log messages</source>
@@ -497,26 +511,6 @@ Möchten Sie fortfahren?</translation>
         <translation>Logging beendet. Warten auf die Warteschlange...</translation>
     </message>
     <message>
-        <source>Only the last %1 rows can be shown</source>
-        <translation>Nur die letzten %1 Zeilen können angezeigt werden</translation>
-    </message>
-    <message>
-        <source>The table holds no more. The others come into view when it is sorted the other way round, or filtered.</source>
-        <translation>Mehr fasst die Tabelle nicht. Die übrigen werden sichtbar, wenn sie umgekehrt sortiert oder gefiltert wird.</translation>
-    </message>
-    <message>
-        <source>Messages lost: %1</source>
-        <translation>Verlorene Meldungen: %1</translation>
-    </message>
-    <message>
-        <source>Running</source>
-        <translation>Läuft</translation>
-    </message>
-    <message>
-        <source>Stopped</source>
-        <translation>Gestoppt</translation>
-    </message>
-    <message>
         <source>Search</source>
         <translation>Suchen</translation>
     </message>
@@ -525,46 +519,6 @@ Möchten Sie fortfahren?</translation>
 &quot;%1&quot;</source>
         <translation>Der Text wurde nicht gefunden:
 &quot;%1&quot;</translation>
-    </message>
-    <message>
-        <source>Filter...</source>
-        <translation>Filter...</translation>
-    </message>
-    <message>
-        <source>Set filtering options</source>
-        <translation>Filteroptionen festlegen</translation>
-    </message>
-    <message>
-        <source>Save log view...</source>
-        <translation>Log-Ansicht speichern...</translation>
-    </message>
-    <message>
-        <source>Clear log</source>
-        <translation>Log leeren</translation>
-    </message>
-    <message>
-        <source>Copy all</source>
-        <translation>Alles kopieren</translation>
-    </message>
-    <message>
-        <source>Copy current log view to clipboard</source>
-        <translation>Die aktuelle Log-Ansicht in die Zwischenablage kopieren</translation>
-    </message>
-    <message>
-        <source>Copy</source>
-        <translation>Kopieren</translation>
-    </message>
-    <message>
-        <source>Copy selection to clipboard</source>
-        <translation>Die Auswahl in die Zwischenablage kopieren</translation>
-    </message>
-    <message>
-        <source>Set Time Reference (toggle)</source>
-        <translation>Zeitbezug setzen (umschalten)</translation>
-    </message>
-    <message>
-        <source>Time Display Format</source>
-        <translation>Zeitformat</translation>
     </message>
     <message>
         <source>Timestamp</source>
@@ -591,10 +545,6 @@ Möchten Sie die ältesten Meldungen entfernen und die neuesten behalten?</trans
     <message>
         <source>Text files (*.log)</source>
         <translation>Textdateien (*.log)</translation>
-    </message>
-    <message>
-        <source>The log is too large for the clipboard.</source>
-        <translation>Das Log ist zu groß für die Zwischenablage.</translation>
     </message>
     <message>
         <source>Save to JSON</source>
@@ -632,56 +582,71 @@ Möchten Sie die ältesten Meldungen entfernen und die neuesten behalten?</trans
         <source>Please stop the logging before opening a log file.</source>
         <translation>Bitte beenden Sie das Logging, bevor Sie eine Log-Datei öffnen.</translation>
     </message>
+</context>
+<context>
+    <name>zuLogging::LogStatusLabels</name>
     <message>
-        <source>Failed to read file &apos;%1&apos;. %2</source>
-        <translation>Die Datei &quot;%1&quot; konnte nicht gelesen werden. %2</translation>
-    </message>
-    <message numerus="yes">
-        <source>%n more files could not be read.</source>
-        <translation>
-            <numerusform>%n weitere Datei konnte nicht gelesen werden.</numerusform>
-            <numerusform>%n weitere Dateien konnten nicht gelesen werden.</numerusform>
-        </translation>
+        <source>Only the last %1 rows can be shown</source>
+        <translation>Nur die letzten %1 Zeilen können angezeigt werden</translation>
     </message>
     <message>
-        <source>Filtering</source>
-        <translation>Filtern</translation>
+        <source>The table holds no more. The others come into view when it is sorted the other way round, or filtered.</source>
+        <translation>Mehr fasst die Tabelle nicht. Die übrigen werden sichtbar, wenn sie umgekehrt sortiert oder gefiltert wird.</translation>
     </message>
     <message>
-        <source>Sorting</source>
-        <translation>Sortieren</translation>
+        <source>Messages lost: %1</source>
+        <translation>Verlorene Meldungen: %1</translation>
+    </message>
+</context>
+<context>
+    <name>zuLogging::LogTableMenu</name>
+    <message>
+        <source>Filter...</source>
+        <translation>Filter...</translation>
     </message>
     <message>
-        <source>Filtering was cancelled</source>
-        <translation>Das Filtern wurde abgebrochen</translation>
+        <source>Set filtering options</source>
+        <translation>Filteroptionen festlegen</translation>
     </message>
     <message>
-        <source>Sorting was cancelled</source>
-        <translation>Das Sortieren wurde abgebrochen</translation>
+        <source>Save log view...</source>
+        <translation>Log-Ansicht speichern...</translation>
     </message>
     <message>
-        <source>Saving %1</source>
-        <translation>%1 wird gespeichert</translation>
+        <source>Save the current log view to text file (inclusive filter)</source>
+        <translation>Die aktuelle Log-Ansicht in einer Textdatei speichern (mit Filter)</translation>
     </message>
     <message>
-        <source>Saving was cancelled</source>
-        <translation>Das Speichern wurde abgebrochen</translation>
+        <source>Clear log</source>
+        <translation>Log leeren</translation>
     </message>
     <message>
-        <source>Copying</source>
+        <source>Clear the log window</source>
+        <translation>Das Log-Fenster leeren</translation>
+    </message>
+    <message>
+        <source>Copy all</source>
+        <translation>Alles kopieren</translation>
+    </message>
+    <message>
+        <source>Copy current log view to clipboard</source>
+        <translation>Die aktuelle Log-Ansicht in die Zwischenablage kopieren</translation>
+    </message>
+    <message>
+        <source>Copy</source>
         <translation>Kopieren</translation>
     </message>
     <message>
-        <source>Copying was cancelled</source>
-        <translation>Das Kopieren wurde abgebrochen</translation>
+        <source>Copy selection to clipboard</source>
+        <translation>Die Auswahl in die Zwischenablage kopieren</translation>
     </message>
     <message>
-        <source>Loading %1</source>
-        <translation>%1 wird geladen</translation>
+        <source>Set Time Reference (toggle)</source>
+        <translation>Zeitbezug setzen (umschalten)</translation>
     </message>
     <message>
-        <source>Loading was cancelled</source>
-        <translation>Das Laden wurde abgebrochen</translation>
+        <source>Time Display Format</source>
+        <translation>Zeitformat</translation>
     </message>
 </context>
 <context>
@@ -1034,6 +999,76 @@ Möchten Sie fortfahren?</translation>
     <message>
         <source>Failed to write the configuration to file &apos;%1&apos;: %2</source>
         <translation>Die Konfiguration konnte nicht in die Datei &quot;%1&quot; geschrieben werden: %2</translation>
+    </message>
+</context>
+<context>
+    <name>zuLogging::RowWork</name>
+    <message>
+        <source>Filtering</source>
+        <translation>Filtern</translation>
+    </message>
+    <message>
+        <source>Filtering was cancelled</source>
+        <translation>Das Filtern wurde abgebrochen</translation>
+    </message>
+    <message>
+        <source>Sorting</source>
+        <translation>Sortieren</translation>
+    </message>
+    <message>
+        <source>Sorting was cancelled</source>
+        <translation>Das Sortieren wurde abgebrochen</translation>
+    </message>
+    <message>
+        <source>Searching</source>
+        <translation>Suchen</translation>
+    </message>
+    <message>
+        <source>Searching was cancelled</source>
+        <translation>Das Suchen wurde abgebrochen</translation>
+    </message>
+    <message>
+        <source>Truncating</source>
+        <translation>Kürzen</translation>
+    </message>
+    <message>
+        <source>Copying</source>
+        <translation>Kopieren</translation>
+    </message>
+    <message>
+        <source>Copying was cancelled</source>
+        <translation>Das Kopieren wurde abgebrochen</translation>
+    </message>
+    <message>
+        <source>The log is too large for the clipboard.</source>
+        <translation>Das Log ist zu groß für die Zwischenablage.</translation>
+    </message>
+    <message>
+        <source>Saving %1</source>
+        <translation>%1 wird gespeichert</translation>
+    </message>
+    <message>
+        <source>Saving was cancelled</source>
+        <translation>Das Speichern wurde abgebrochen</translation>
+    </message>
+    <message>
+        <source>Loading %1</source>
+        <translation>%1 wird geladen</translation>
+    </message>
+    <message>
+        <source>Loading was cancelled</source>
+        <translation>Das Laden wurde abgebrochen</translation>
+    </message>
+    <message>
+        <source>Failed to read file &apos;%1&apos;. %2</source>
+        <translation>Die Datei &quot;%1&quot; konnte nicht gelesen werden. %2</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n more files could not be read.</source>
+        <translation>
+            <numerusform>%n weitere Datei konnte nicht gelesen werden.</numerusform>
+            <numerusform>%n weitere Dateien konnten nicht gelesen werden.</numerusform>
+        </translation>
     </message>
 </context>
 <context>

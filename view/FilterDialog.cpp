@@ -52,6 +52,11 @@ QPushButton* makeButton(const QString& text, const QString& name, QWidget* paren
     return button;
 }
 
+Qt::CaseSensitivity caseRule(bool sensitive)
+{
+    return sensitive ? Qt::CaseSensitive : Qt::CaseInsensitive;
+}
+
 QStringList textsOf(const QListWidget* list)
 {
     QStringList texts;
@@ -201,6 +206,46 @@ bool FilterDialog::includeCaseSensitive() const
 bool FilterDialog::excludeCaseSensitive() const
 {
     return excludeCase_->isChecked();
+}
+
+MessageFilter FilterDialog::filter() const
+{
+    MessageFilter filter;
+    filter.include = includeTexts();
+    filter.exclude = excludeTexts();
+    filter.levels = levelNames();
+    ViewSettings& settings = ViewSettings::instance();
+    settings.filterIncludeCs = includeCaseSensitive();
+    settings.filterExcludeCs = excludeCaseSensitive();
+    filter.includeCase = caseRule(settings.filterIncludeCs);
+    filter.excludeCase = caseRule(settings.filterExcludeCs);
+    return filter;
+}
+
+MessageFilter FilterDialog::savedFilter()
+{
+    const ViewSettings& settings = ViewSettings::instance();
+    MessageFilter filter;
+    filter.include = settings.filterInclude;
+    filter.levels = settings.levelFilterInclude;
+    filter.exclude = settings.filterExclude;
+    filter.includeCase = caseRule(settings.filterIncludeCs);
+    filter.excludeCase = caseRule(settings.filterExcludeCs);
+    return filter;
+}
+
+void FilterDialog::goBackTo(const MessageFilter& before)
+{
+    ViewSettings& settings = ViewSettings::instance();
+    settings.filterInclude = before.include;
+    settings.levelFilterInclude = before.levels;
+    settings.filterExclude = before.exclude;
+    settings.filterIncludeCs = before.includeCase == Qt::CaseSensitive;
+    settings.filterExcludeCs = before.excludeCase == Qt::CaseSensitive;
+    const QString text = filterText_->text();
+    clearSignal(); // also the levels, which closing leaves
+    closeSignal();
+    filterText_->setText(text);
 }
 
 void FilterDialog::reject()

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "store/MessageFilter.h"
+
 #include <QDialog>
 #include <QStringList>
 
@@ -31,6 +33,13 @@ public:
 
     bool includeCaseSensitive() const;
     bool excludeCaseSensitive() const;
+
+    /// All of it.
+    MessageFilter filter() const;
+    /// The one in the view settings.
+    static MessageFilter savedFilter();
+    /// Shows `before` again, but for the text field, which stays; it enters the view settings.
+    void goBackTo(const MessageFilter& before);
 
     QLineEdit* filterText() const { return filterText_; }
 

@@ -1,28 +1,25 @@
 #pragma once
 
 #include "logging/LogLedger.h"
+#include "view/BackgroundStop.h"
+#include "view/ColumnLayout.h"
+#include "view/HostActions.h"
+#include "view/LogStatusLabels.h"
+#include "view/LogTableMenu.h"
+#include "view/RowWork.h"
 #include "view/WorkProgress.h"
 
 #include <QList>
-#include <QMap>
 #include <QPointer>
 #include <QString>
 #include <QStringList>
 #include <QWidget>
 
-#include <boost/thread/thread.hpp>
-
 #include <memory>
 
-class QAction;
-class QCheckBox;
-class QComboBox;
 class QItemSelection;
-class QLabel;
 class QStatusBar;
 class QTimer;
-class QToolBar;
-class QToolButton;
 class QVBoxLayout;
 
 namespace zuLogging {
@@ -30,12 +27,14 @@ namespace zuLogging {
 class FilterDialog;
 class FindDialog;
 class GoToDialog;
+class LoadedFilesToolbar;
 class LogContainer;
+class LogMessageToolbar;
 class LogTableModel;
 class LogTableView;
 class LogViewHost;
 class RowHeightFitter;
-struct MessageFilter;
+class SortMark;
 
 /// The log area of the main window: the table of messages, the toolbar that starts and stops
 /// logging, and the dialogs that belong to the table. It drives the message store and shows the
@@ -146,89 +145,53 @@ private:
     using Cancel = WorkProgress::Cancel;
 
     bool isBusy() const { return progress_->isRunning(); }
-    End refilter(const MessageFilter* filter, Cancel cancel);
-    End sortRows(LogTableModel* model, int column, Qt::SortOrder order, Cancel cancel);
     void sortByHeader(int column, Qt::SortOrder order);
     End switchFilter(bool on, Cancel cancel);
+    End showFiltered(bool on, Cancel cancel);
     void checkFilterBox(bool checked);
     End takeFilter(Cancel cancel);
-    void goBackToFilter(const MessageFilter& settings);
-    void showSortMark();
-    void discard(WorkProgress::Result garbage);
 
-    QToolButton* makeToolButton(const QString& name, const QString& iconPath,
-                                const QString& toolTip, const QString& statusTip, const char* slot);
-    QLabel* addLabel(QToolBar* toolbar, const QString& name, const QString& text);
-    void addSpacer(QToolBar* toolbar, const QString& name);
-    void buildToolbar();
-    void buildInfoToolbar();
     void setUpTable();
     void makeConnections();
-    QLabel* addStatusLabel(const QString& name);
-    void updateStatusLabels();
-
-    void deselectFirstRows(int count);
+    void dropFirstRows(int count);
+    void watchSelection();
     void showModel(LogTableModel* model);
     void switchResizeRows(bool on);
-    void fitColumns();
-    void fitColumnsOrRemember();
-    void stretchLastColumn();
-    QMap<int, int> chosenWidths() const;
-    void applyRememberedWidths();
-    void tellHostButtonStates();
+    void setButtons(bool start, bool stop);
     void showStatus(const QString& text);
-    void setWaitingForStop(bool waiting);
     bool isStopping() const;
     void applyMaximum(int max);
-    int fullRowOfCurrent() const;
     QString currentCellText() const;
-    End readMessages(const QString& path, bool& read);
-    QString selectedText() const;
-    QAction* makeContextAction(const QString& text, const QString& iconPath,
-                               const QString& statusTip, const char* slot);
-    void remakeContextActions();
+    bool askToClear(const QString& title);
+    End showLoaded(const QStringList& files, bool resizes);
 
     QPointer<QStatusBar> statusBar_;
-    QPointer<QLabel> shownRowsLabel_; ///< this and the next: the status bar's, null without one
-    QPointer<QLabel> lostLabel_;
     LogCounts countsAtClear_;
     LogViewHost* host_;
+    HostActions hostActions_;
     std::shared_ptr<LogContainer> store_;
     LogTableView* table_;
     LogTableModel* fullModel_;
     LogTableModel* filteredModel_;
     QVBoxLayout* layout_;
-    QToolBar* toolbar_;
-    QToolBar* infoToolbar_;
-    QComboBox* filesCombo_ = nullptr;
-    QToolButton* startButton_ = nullptr;
-    QToolButton* stopButton_ = nullptr;
-    QCheckBox* filterBox_ = nullptr;
-    QLabel* countLabel_ = nullptr;
-    QLabel* filteredLabel_ = nullptr;
-    QLabel* queuedLabel_ = nullptr;
-    QLabel* serviceLabel_ = nullptr;
+    LogMessageToolbar* toolbar_;
+    LoadedFilesToolbar* filesToolbar_;
     FindDialog* findDialog_;
     FilterDialog* filterDialog_;
     GoToDialog* goToDialog_;
     QTimer* updateTimer_;
     WorkProgress* progress_;
-    Qt::SortOrder sortedOrder_ = Qt::AscendingOrder; ///< this and the next: the header's mark
-    int sortedSection_ = 0;
-    bool ignoresClick_ = false;     ///< the header's, whose sort was cancelled
-    bool stopWasTold_ = false;      ///< while work was going on
-    bool filterBoxChecked_ = false; ///< what the box is to show, whoever clicks it meanwhile
+    RowWork work_;
+    LogStatusLabels statusLabels_;
+    LogTableMenu menu_;
+    BackgroundStop stop_;
+    ColumnLayout columns_;
+    SortMark* sortMark_ = nullptr;
+    bool stopWasTold_ = false; ///< while work was going on
+    bool filterBoxChecked_;    ///< what the box is to show, whoever clicks it meanwhile
     RowHeightFitter* rowHeights_ = nullptr;
-    QAction* filterAction_ = nullptr;
-    QAction* saveAction_ = nullptr;
-    QAction* clearAction_ = nullptr;
-    QAction* copyAllAction_ = nullptr;
-    QAction* copyAction_ = nullptr;
-    bool columnsFitRows_ = false; ///< the columns were fitted when there were rows
     bool autoScroll_;
     bool showLineNumbers_ = true;
-    bool waitCursorForStop_ = false; ///< the stop under way has set the override cursor
-    boost::thread stopThread_;
 };
 
 } // namespace zuLogging

@@ -1,6 +1,7 @@
 // What can be read on which colours, in a light and in a dark theme: contrasts as the Web Content
 // Accessibility Guidelines compute them, taken from what is painted.
 
+#include "tests/app/Contrast.h"
 #include "tests/app/EveryWindow.h"
 
 #include <QCheckBox>
@@ -15,32 +16,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
 
 namespace zuLogging::test {
 namespace {
-
-double linear(int channel)
-{
-    const double c = channel / 255.0;
-    return c <= 0.04045 ? c / 12.92 : std::pow((c + 0.055) / 1.055, 2.4);
-}
-
-double luminance(QRgb colour)
-{
-    return 0.2126 * linear(qRed(colour)) + 0.7152 * linear(qGreen(colour)) +
-           0.0722 * linear(qBlue(colour));
-}
-
-double contrastOf(double a, double b)
-{
-    return (std::max(a, b) + 0.05) / (std::min(a, b) + 0.05);
-}
-
-double contrast(QRgb a, QRgb b)
-{
-    return contrastOf(luminance(a), luminance(b));
-}
 
 /// What the most pixels of a picture have.
 QRgb commonest(const QImage& image)

@@ -1,3 +1,5 @@
+#include "tests/app/Contrast.h"
+
 #include <QDir>
 #include <QFile>
 #include <QIcon>
@@ -5,15 +7,13 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cmath>
-
 // The macro declares a function of the global name space, where it must stand.
 static void registerIcons()
 {
     Q_INIT_RESOURCE(logdesk);
 }
 
+namespace zuLogging::test {
 namespace {
 
 const QStringList iconNames = {
@@ -33,23 +33,6 @@ QImage iconImage(const QString& name, const QString& suffix = QString())
     return QImage(QStringLiteral(":/%1%2.png").arg(name, suffix));
 }
 
-double linear(int channel)
-{
-    const double c = channel / 255.0;
-    return c <= 0.04045 ? c / 12.92 : std::pow((c + 0.055) / 1.055, 2.4);
-}
-
-double luminance(QRgb color)
-{
-    return 0.2126 * linear(qRed(color)) + 0.7152 * linear(qGreen(color)) +
-           0.0722 * linear(qBlue(color));
-}
-
-double contrast(double a, double b)
-{
-    return (std::max(a, b) + 0.05) / (std::min(a, b) + 0.05);
-}
-
 /// The share of the icon's opaque pixels that stand out from the background.
 double legibleShare(const QImage& image, QRgb background)
 {
@@ -61,7 +44,7 @@ double legibleShare(const QImage& image, QRgb background)
             if (qAlpha(pixel) < 200)
                 continue;
             ++opaque;
-            legible += contrast(luminance(pixel), luminance(background)) >= 2.0 ? 1 : 0;
+            legible += contrast(pixel, background) >= 2.0 ? 1 : 0;
         }
     return opaque == 0 ? 0 : static_cast<double>(legible) / opaque;
 }
@@ -71,8 +54,6 @@ class Icons : public ::testing::Test
 protected:
     void SetUp() override { registerIcons(); }
 };
-
-} // namespace
 
 TEST_F(Icons, EveryNameIsThereInBothSizes)
 {
@@ -129,3 +110,6 @@ TEST_F(Icons, MostOfEachStandsOutOnLightAndOnDark)
         EXPECT_GE(legibleShare(image, qRgb(43, 43, 43)), 0.75) << name.toStdString();
     }
 }
+
+} // namespace
+} // namespace zuLogging::test

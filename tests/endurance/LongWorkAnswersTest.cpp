@@ -1,4 +1,5 @@
-// How soon the window answers while it sorts, filters, saves and loads many rows.
+// How soon the window answers while it sorts, filters, searches, copies, saves, loads and truncates
+// many rows.
 
 #include "logging/LogMessage.h"
 #include "tests/endurance/AnswerWatch.h"
@@ -7,9 +8,7 @@
 #include "view/WorkProgress.h"
 
 #include <QElapsedTimer>
-#include <QFileDialog>
 #include <QHeaderView>
-#include <QLineEdit>
 #include <QTemporaryDir>
 
 #include <cstdlib>
@@ -66,25 +65,6 @@ protected:
                   << longest << " ms" << std::endl;
         EXPECT_LT(longest, toleratedMs) << what;
     }
-    void withFile(const QString& path, const std::function<void()>& call)
-    {
-        QTimer user;
-        QPointer<QWidget> answered;
-        QObject::connect(&user, &QTimer::timeout, [&] {
-            QWidget* modal = QApplication::activeModalWidget();
-            if (!modal || modal == answered)
-                return;
-            if (auto* dialog = qobject_cast<QFileDialog*>(modal)) {
-                answered = modal;
-                dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"))->setText(path);
-                QMetaObject::invokeMethod(dialog, "accept", Qt::QueuedConnection);
-            } else if (auto* box = qobject_cast<QMessageBox*>(modal)) {
-                box->button(QMessageBox::No)->click();
-            }
-        });
-        user.start(1);
-        call();
-    }
 
     /// Other programs may take the processor away; without them it is a tenth of this.
     static constexpr double toleratedMs = 1000;
@@ -102,6 +82,19 @@ TEST_F(LongWorkAnswers, SortFilterSaveAndLoadLetTheWindowAnswer)
     measure("sort by module",
             [&] { header->setSortIndicator(columnOf("Module"), Qt::AscendingOrder); });
     measure("sort by number", [&] { header->setSortIndicator(0, Qt::DescendingOrder); });
+    const auto nowhere = [&] {
+        BoxAnswerer user;
+        view->search(QStringLiteral("is nowhere"), true);
+        EXPECT_EQ(user.seen.size(), 1U);
+    };
+    measure("find-next without a match", nowhere);
+    measure("copy all", [&] { view->messageViewClipboardClicked(); });
+    measure("select all", [&] {
+        view->table()->selectAll();
+        QApplication::processEvents();
+    });
+    measure("copy the selection", [&] { view->selectionClipboardClicked(); });
+    view->table()->clearSelection();
     measure("filter, a tenth passes, and sort", [&] {
         view->filterDialog()->filterText()->setText(QStringLiteral("user 1"));
         view->filterDialog()->addIncludeFilter();
@@ -123,6 +116,11 @@ TEST_F(LongWorkAnswers, SortFilterSaveAndLoadLetTheWindowAnswer)
     measure("clear", [&] { view->messageViewClearClicked(); });
     measure("load from JSON", [&] { withFile(path, [&] { view->loadLogMessagesFromJSON(); }); });
     EXPECT_EQ(view->fullModel()->messageCount(), rows);
+    measure("truncate", [&] {
+        BoxAnswerer user;
+        view->setMaximumMessages(rows / 100);
+    });
+    EXPECT_EQ(view->fullModel()->messageCount(), rows / 100);
     std::cout << "    rows: " << rows << std::endl;
 }
 

@@ -10,13 +10,12 @@
 #include <QJsonObject>
 #include <QLineEdit>
 #include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QToolBar>
 
 namespace zuLogging::test {
 namespace {
 
-class LogJsonLoadTest : public ViewFixture
+class LogJsonLoadTest : public ViewAndFilesFixture
 {
 protected:
     /// Loads `path` as a user does: answers the question with `answer` and the file dialog with
@@ -66,14 +65,6 @@ protected:
         timer.start(5);
         view->loadLogMessagesFromJSON();
     }
-    QString path(const char* name) const { return directory.filePath(QLatin1String(name)); }
-    QString write(const char* name, const QByteArray& bytes) const
-    {
-        QFile file(path(name));
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-        EXPECT_EQ(file.write(bytes), bytes.size());
-        return path(name);
-    }
     /// A log of so many messages whose texts are "loaded 0", "loaded 1", ...
     QString writeLog(const char* name, int count) const
     {
@@ -84,18 +75,7 @@ protected:
                                      {"LogMessage", QStringLiteral("loaded %1").arg(i)}});
         return write(name, QJsonDocument(array).toJson());
     }
-    QStringList texts(const LogTableModel* model) const
-    {
-        QStringList all;
-        for (int row = 0; row < model->rowCount(); ++row)
-            all << model->cellText(row, columnOf("LogMessage"));
-        return all;
-    }
-    QComboBox* files() const { return child<QComboBox>("filesCombo"); }
-    QToolBar* infoToolbar() const { return child<QToolBar>("logMessageInfoToolbar"); }
-    QCheckBox* filterBox() const { return child<QCheckBox>("filterBox"); }
 
-    QTemporaryDir directory;
     QStringList events; ///< boxes and dialogs in their order
     std::vector<BoxAnswerer::Seen> boxes;
     std::function<void()> beforeAccept;

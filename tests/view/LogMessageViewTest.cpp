@@ -510,6 +510,30 @@ TEST_F(LogMessageViewTest, RefreshReadsTheServicesStateAgain)
     EXPECT_EQ(label("serviceLabel"), "Stopped");
 }
 
+TEST_F(LogMessageViewTest, TheHeaderAsksAboutNoRowsWhenMillionsOfThemAreSelected)
+{
+    open();
+    const auto message = std::make_shared<LogMessage>(1U, 1U, 1U, 0U, 8U, std::u16string_view(),
+                                                      std::u16string_view(), std::u16string_view(),
+                                                      std::u16string_view(), 0U, 0U);
+    view->fullModel()->addMessages(std::vector<std::shared_ptr<LogMessage>>(100000, message));
+    view->updateView();
+    const QHeaderView* header = view->table()->horizontalHeader();
+    view->table()->selectRow(7);
+    EXPECT_TRUE(header->selectionModel()->hasSelection());
+    view->table()->selectAll();
+    EXPECT_FALSE(header->selectionModel()->hasSelection()) << "it would ask about each row";
+    EXPECT_EQ(view->table()->selectionModel()->selectedRows().size(), 100000);
+    view->table()->selectRow(7);
+    EXPECT_EQ(header->selectionModel(), view->table()->selectionModel());
+    view->table()->selectAll();
+    view->messageViewClearClicked();
+    view->fullModel()->addMessages({message, message});
+    view->updateView();
+    view->table()->selectRow(1);
+    EXPECT_TRUE(header->selectionModel()->isRowSelected(1, {}));
+}
+
 // --- The end of the view
 
 TEST_F(LogMessageViewTest, TheViewWritesTheSettingsWhenItEnds)

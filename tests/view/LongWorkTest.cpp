@@ -12,7 +12,6 @@
 #include <QClipboard>
 #include <QComboBox>
 #include <QDir>
-#include <QFileDialog>
 #include <QHeaderView>
 #include <QLayout>
 #include <QLineEdit>
@@ -20,7 +19,6 @@
 #include <QProgressBar>
 #include <QRegularExpression>
 #include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QtTest/QTest>
 
 #include <atomic>
@@ -80,12 +78,12 @@ protected:
     std::shared_ptr<LogMessageListener> makeListener(bool) override { return {}; }
 };
 
-class LongWorkView : public ViewFixture
+class LongWorkView : public ViewAndFilesFixture
 {
 protected:
     void SetUp() override
     {
-        ViewFixture::SetUp();
+        ViewAndFilesFixture::SetUp();
         QApplication::clipboard()->setText(QStringLiteral("old clipboard"));
     }
 
@@ -151,44 +149,12 @@ protected:
     }
     bool acted = false;
 
-    /// Answers the file dialog of `call` with a path, and boxes with No or OK.
-    void withFile(const QString& path, const std::function<void()>& call)
-    {
-        QTimer user;
-        QPointer<QWidget> answered;
-        QObject::connect(&user, &QTimer::timeout, [&] {
-            QWidget* modal = QApplication::activeModalWidget();
-            if (!modal || modal == answered)
-                return;
-            if (auto* dialog = qobject_cast<QFileDialog*>(modal)) {
-                answered = modal;
-                dialog->setOption(QFileDialog::DontConfirmOverwrite);
-                dialog->findChild<QLineEdit*>("fileNameEdit")->setText(path);
-                QMetaObject::invokeMethod(dialog, "accept", Qt::QueuedConnection);
-            } else if (auto* box = qobject_cast<QMessageBox*>(modal)) {
-                QAbstractButton* no = box->button(QMessageBox::No);
-                (no ? no : box->button(QMessageBox::Ok))->click();
-            }
-        });
-        user.start(1);
-        call();
-    }
-
     QHeaderView* header() const { return view->table()->horizontalHeader(); }
-    QCheckBox* filterBox() const { return child<QCheckBox>("filterBox"); }
     QWidget* box() const { return window->statusBar()->findChild<QWidget*>("workBox"); }
     QProgressBar* bar() const { return window->statusBar()->findChild<QProgressBar*>("workBar"); }
     QToolButton* cancelButton() const
     {
         return window->statusBar()->findChild<QToolButton*>("workCancelButton");
-    }
-    QString path(const char* name) const { return directory.filePath(QLatin1String(name)); }
-    QString write(const char* name, const QByteArray& bytes) const
-    {
-        QFile file(path(name));
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-        EXPECT_EQ(file.write(bytes), bytes.size());
-        return path(name);
     }
     static QByteArray content(const QString& path)
     {
@@ -209,6 +175,10 @@ protected:
         all << QStringLiteral("mark %1 %2")
                    .arg(header()->sortIndicatorSection())
                    .arg(header()->sortIndicatorOrder());
+        if (comparesCurrentCell) {
+            const QModelIndex current = view->table()->currentIndex();
+            all << QStringLiteral("current %1 %2").arg(current.row()).arg(current.column());
+        }
         all << QStringLiteral("box %1").arg(filterBox()->isChecked());
         all << QStringLiteral("labels %1 %2").arg(label("countLabel"), label("filteredLabel"));
         const MessageFilter& filter = store->filter();
@@ -225,9 +195,8 @@ protected:
         const ViewSettings& settings = ViewSettings::instance();
         all << settings.filterInclude << settings.levelFilterInclude << settings.filterExclude
             << QString::number(settings.filterEnabled);
-        auto* files = child<QComboBox>("filesCombo");
-        for (int i = 0; i < files->count(); ++i)
-            all << QStringLiteral("file ") + QFileInfo(files->itemText(i)).fileName();
+        for (int i = 0; i < files()->count(); ++i)
+            all << QStringLiteral("file ") + QFileInfo(files()->itemText(i)).fileName();
         all << QStringLiteral("resize %1").arg(view->resizeRows());
         const QDir folder(directory.path());
         const auto names = folder.entryList(QDir::Files | QDir::Hidden, QDir::Name);
@@ -237,8 +206,8 @@ protected:
         return all;
     }
 
-    QTemporaryDir directory;
     std::mt19937 random;
+    bool comparesCurrentCell = false; ///< elsewhere the focus may give the table one
 
 private:
     std::unique_ptr<QTimer> actor_;
@@ -285,6 +254,16 @@ protected:
             filterBox()->click();
             header()->setSortIndicator(7, Qt::AscendingOrder);
         }
+        if (is("copySelection")) {
+            filterBox()->click();
+            select(0, 2500, 0, 3);
+            select(2700, 2800, 5, 11);
+        }
+        if (is("find")) { // what sorts behind all others
+            comparesCurrentCell = true;
+            view->fullModel()->addMessage(message(4001, QStringLiteral("a needle")));
+            filterBox()->click();
+        }
     }
     void begin()
     {
@@ -314,7 +293,18 @@ protected:
             withFile(path("new.log"), [this] { view->messageViewSaveClicked(); });
         } else if (is("copy")) {
             view->messageViewClipboardClicked();
+        } else if (is("copySelection")) {
+            view->selectionClipboardClicked();
+        } else if (is("find")) {
+            view->search(QStringLiteral("a needle"), true);
         }
+    }
+    void select(int top, int bottom, int left, int right)
+    {
+        const LogTableModel& shown = *view->shownModel();
+        view->table()->selectionModel()->select(
+            QItemSelection(shown.index(top, left), shown.index(bottom, right)),
+            QItemSelectionModel::Select);
     }
     void openAgain()
     {
@@ -343,7 +333,9 @@ INSTANTIATE_TEST_SUITE_P(
                     Kind{"save", "Saving saved.json: ", "Saving was cancelled"},
                     Kind{"saveText", "Saving saved.log: ", "Saving was cancelled"},
                     Kind{"saveNewText", "Saving new.log: ", "Saving was cancelled"},
-                    Kind{"copy", "Copying: ", "Copying was cancelled"}),
+                    Kind{"copy", "Copying: ", "Copying was cancelled"},
+                    Kind{"copySelection", "Copying: ", "Copying was cancelled"},
+                    Kind{"find", "Searching: ", "Searching was cancelled"}),
     [](const auto& kind) { return std::string(kind.param.name); });
 
 TEST_P(EachLongWork, GivesWhatItGivesWhenNobodySeesIt)
@@ -642,6 +634,115 @@ TEST_F(LongWorkView, AClickOnTheHeaderWhoseSortIsCancelledSortsNoSecondTime)
     EXPECT_EQ(view->shownModel()->sortColumn(), 3);
 }
 
+TEST_F(LongWorkView, ASearchThatIsCancelledShowsNoBoxAndTheNextOneBeginsWhereItDid)
+{
+    openFilled(true);
+    view->fullModel()->addMessage(message(4001, QStringLiteral("a needle")));
+    view->updateView();
+    const QModelIndex start = view->fullModel()->index(7, 2);
+    view->table()->setCurrentIndex(start);
+    BoxAnswerer user;
+    for (const char* text : {"a needle", "is nowhere"}) {
+        atReport("Searching: ", 1, [this] { pressEscape(); });
+        view->search(QLatin1String(text), true);
+        EXPECT_TRUE(acted);
+        EXPECT_EQ(status(), QStringLiteral("Searching was cancelled"));
+        EXPECT_EQ(view->table()->currentIndex(), start);
+    }
+    EXPECT_TRUE(user.seen.empty());
+    noGate();
+    view->search(QStringLiteral("a needle"), true);
+    EXPECT_EQ(view->table()->currentIndex(), view->fullModel()->index(3000, 11));
+    EXPECT_TRUE(user.seen.empty());
+    view->search(QStringLiteral("is nowhere"), true);
+    ASSERT_EQ(user.seen.size(), 1U);
+    EXPECT_TRUE(user.seen[0].text.contains(QStringLiteral("is nowhere")));
+}
+
+TEST_F(LongWorkView, WhatIsFoundWhileMessagesComeAndGoIsTheCurrentCell)
+{
+    open(std::make_shared<ServicelessStore>(), true);
+    constexpr int limit = 4000;
+    view->setMaximumMessages(limit);
+    view->startLoggingClicked();
+    ASSERT_TRUE(store->isActive());
+    makeEverythingLong();
+    std::atomic<bool> over{false};
+    std::thread feeder([&] {
+        for (std::uint64_t sent = 1; !over; ++sent) {
+            DecodedMessage fields;
+            fields.serviceMsgId = sent;
+            fields.timestamp = firstTime + sent;
+            fields.logLevel = 8;
+            fields.logMessage = sent % 500 == 0 ? u"a needle" : u"hay";
+            store->addMessage(fields);
+            if (sent % 64 == 0)
+                std::this_thread::yield();
+        }
+    });
+    EXPECT_TRUE(waitFor([&] { return view->fullModel()->messageCount() == limit; }));
+    BoxAnswerer user;
+    int found = 0;
+    int wrong = 0;
+    for (int round = 0; round < 200; ++round) {
+        view->table()->setCurrentIndex(view->fullModel()->index(limit - 1, 0));
+        view->search(QStringLiteral("a needle"), false);
+        // Rows may have left: the current cell has moved with its message, or gone with it.
+        const auto hold = store->holdRows();
+        view->updateView();
+        const QModelIndex current = view->table()->currentIndex();
+        const bool isNeedle =
+            view->fullModel()->cellText(current.row(), 11) == QStringLiteral("a needle");
+        found += current.isValid() && isNeedle ? 1 : 0;
+        wrong += current.isValid() && !isNeedle ? 1 : 0;
+    }
+    over = true;
+    feeder.join();
+    EXPECT_EQ(wrong, 0);
+    EXPECT_GE(found, 20);
+    view->stopLoggingClicked();
+    EXPECT_TRUE(waitFor([&] { return startEnabled(); }));
+}
+
+TEST_F(LongWorkView, TruncatingKeepsTheNewestAndOffersNoCancel)
+{
+    constexpr int count = 40000;
+    constexpr int kept = 100;
+    for (const bool sorted : {false, true}) {
+        noGate();
+        view = nullptr;
+        window.reset();
+        openFilled(true, count);
+        view->filterDialog()->filterText()->setText(QStringLiteral("text 1"));
+        view->filterDialog()->addIncludeFilter();
+        view->filterDialog()->accept();
+        if (sorted)
+            header()->setSortIndicator(11, Qt::DescendingOrder);
+        const auto newest = view->fullModel()->messagesFrom(count - kept, kept);
+        BoxAnswerer user;
+        atReport("Truncating: ", 1, [&] {
+            EXPECT_LT(view->fullModel()->messageCount(), count);
+            EXPECT_GT(view->fullModel()->messageCount(), kept);
+            EXPECT_FALSE(cancelButton()->isVisible());
+            pressEscape();
+            view->progress()->cancel();
+            view->table()->viewport()->repaint(); // with rows that are not there any more
+        });
+        view->setMaximumMessages(kept);
+        EXPECT_TRUE(acted);
+        EXPECT_EQ(user.seen.size(), 1U);
+        EXPECT_EQ(view->fullModel()->messagesFrom(0, count), newest);
+        std::vector<std::shared_ptr<LogMessage>> passing;
+        for (const auto& message : newest)
+            if (store->filter().passes(*message))
+                passing.push_back(message);
+        EXPECT_EQ(view->filteredModel()->messagesFrom(0, count), passing);
+        EXPECT_EQ(label("countLabel"), QString::number(kept));
+        EXPECT_EQ(store->ledger()->count(LogCount::Cleared),
+                  static_cast<std::uint64_t>(count - kept));
+    }
+}
+
 TEST_F(LongWorkView, TheSortBehindANewFilterOffersNoCancel)
 {
     openFilled(true);
@@ -659,6 +760,28 @@ TEST_F(LongWorkView, TheSortBehindANewFilterOffersNoCancel)
     EXPECT_EQ(view->shownModel(), view->filteredModel());
     EXPECT_EQ(view->filteredModel()->sortColumn(), 11);
     EXPECT_EQ(view->filteredModel()->sortOrder(), Qt::DescendingOrder);
+}
+
+TEST_F(LongWorkView, AFilterThatNothingPassesLooksThroughTheMessagesOnce)
+{
+    openFilled(true);
+    std::atomic<int> reports{0};
+    view->progress()->setAtReport([&](WorkControl&) { ++reports; });
+    const auto reportsOf = [&](const char* text) {
+        reports = 0;
+        view->filterDialog()->clearSignal();
+        view->filterDialog()->filterText()->setText(QLatin1String(text));
+        view->filterDialog()->addIncludeFilter();
+        view->filterDialog()->accept();
+        EXPECT_EQ(view->shownModel(), view->filteredModel());
+        return reports.load();
+    };
+    const int once = reportsOf("text 1");
+    EXPECT_GT(once, 0);
+    EXPECT_GT(view->filteredModel()->messageCount(), 0);
+    EXPECT_LE(reportsOf("is nowhere"), once);
+    EXPECT_EQ(view->filteredModel()->messageCount(), 0);
+    noGate();
 }
 
 TEST_F(LongWorkView, OfSeveralFilesThoseBeforeTheCancelledOneStay)

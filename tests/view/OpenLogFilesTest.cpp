@@ -3,29 +3,14 @@
 
 #include <QCheckBox>
 #include <QComboBox>
-#include <QTemporaryDir>
 #include <QToolBar>
 
 namespace zuLogging::test {
 namespace {
 
-class OpenLogFiles : public ViewFixture
+class OpenLogFiles : public ViewAndFilesFixture
 {
 protected:
-    QString write(const char* name, const QByteArray& bytes) const
-    {
-        QFile file(directory.filePath(QLatin1String(name)));
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-        EXPECT_EQ(file.write(bytes), bytes.size());
-        return file.fileName();
-    }
-    QStringList texts(const LogTableModel* model) const
-    {
-        QStringList all;
-        for (int row = 0; row < model->rowCount(); ++row)
-            all << model->cellText(row, columnOf("LogMessage"));
-        return all;
-    }
     QStringList listed() const
     {
         QStringList all;
@@ -33,11 +18,6 @@ protected:
             all << files()->itemText(i);
         return all;
     }
-    QComboBox* files() const { return child<QComboBox>("filesCombo"); }
-    QToolBar* infoToolbar() const { return child<QToolBar>("logMessageInfoToolbar"); }
-    QCheckBox* filterBox() const { return child<QCheckBox>("filterBox"); }
-
-    QTemporaryDir directory;
 };
 
 TEST_F(OpenLogFiles, AllFilesAreAddedInTheirOrderWithoutAQuestion)

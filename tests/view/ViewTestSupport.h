@@ -11,14 +11,21 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
 #include <QDialog>
 #include <QFile>
+#include <QFileDialog>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMainWindow>
 #include <QMessageBox>
+#include <QPointer>
 #include <QPushButton>
 #include <QStatusBar>
+#include <QTemporaryDir>
 #include <QTimer>
+#include <QToolBar>
 #include <QToolButton>
 
 #include <gtest/gtest.h>
@@ -122,6 +129,30 @@ private:
     QTimer timer_;
 };
 
+/// Answers the file dialog of `call` with a path, and boxes with No, or where there is none with
+/// OK.
+inline void withFile(const QString& path, const std::function<void()>& call)
+{
+    QTimer user;
+    QPointer<QWidget> answered;
+    QObject::connect(&user, &QTimer::timeout, [&] {
+        QWidget* modal = QApplication::activeModalWidget();
+        if (!modal || modal == answered)
+            return;
+        if (auto* dialog = qobject_cast<QFileDialog*>(modal)) {
+            answered = modal;
+            dialog->setOption(QFileDialog::DontConfirmOverwrite);
+            dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"))->setText(path);
+            QMetaObject::invokeMethod(dialog, "accept", Qt::QueuedConnection);
+        } else if (auto* box = qobject_cast<QMessageBox*>(modal)) {
+            QAbstractButton* no = box->button(QMessageBox::No);
+            (no ? no : box->button(QMessageBox::Ok))->click();
+        }
+    });
+    user.start(1);
+    call();
+}
+
 /// A window with a message view, on fresh settings.
 class ViewFixture : public ::testing::Test
 {
@@ -193,6 +224,32 @@ protected:
     std::shared_ptr<LogContainer> store;
     std::unique_ptr<TestWindow> window;
     LogMessageView* view = nullptr;
+};
+
+/// The same, with files.
+class ViewAndFilesFixture : public ViewFixture
+{
+protected:
+    QString path(const char* name) const { return directory.filePath(QLatin1String(name)); }
+    QString write(const char* name, const QByteArray& bytes) const
+    {
+        QFile file(path(name));
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        EXPECT_EQ(file.write(bytes), bytes.size());
+        return path(name);
+    }
+    QStringList texts(const LogTableModel* model) const
+    {
+        QStringList all;
+        for (int row = 0; row < model->rowCount(); ++row)
+            all << model->cellText(row, columnOf("LogMessage"));
+        return all;
+    }
+    QComboBox* files() const { return child<QComboBox>("filesCombo"); }
+    QToolBar* infoToolbar() const { return child<QToolBar>("logMessageInfoToolbar"); }
+    QCheckBox* filterBox() const { return child<QCheckBox>("filterBox"); }
+
+    QTemporaryDir directory;
 };
 
 } // namespace zuLogging::test
