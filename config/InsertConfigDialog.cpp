@@ -1,5 +1,6 @@
 #include "config/InsertConfigDialog.h"
 
+#include "config/DocumentKeys.h"
 #include "config/LogConfigView.h"
 #include "config/TreeModel.h"
 #include "platform/ProcessList.h"
@@ -135,25 +136,22 @@ InsertConfigDialog::Fields InsertConfigDialog::buildFields()
 void InsertConfigDialog::buildUserFields()
 {
     const bool isDefaultRow = !expert_ && !insert_ && selected_.row() == 0;
-    valueCombo_ =
-        addCombo(isDefaultRow ? tr("Value") : tr("Module"), QStringLiteral("value"), moduleNames_);
+    valueCombo_ = addCombo(isDefaultRow ? tr("Value") : tr("Module"), valueKey, moduleNames_);
     makeEditable(valueCombo_);
-    selectOrAdd(valueCombo_, current(QStringLiteral("value")));
+    selectOrAdd(valueCombo_, current(valueKey));
     // The default level is nobody's in particular.
     valueCombo_->setEnabled(!isDefaultRow);
-    levelCombo_ = addCombo(tr("Level"), QStringLiteral("level"), levelNames_);
-    select(levelCombo_, current(QStringLiteral("level")));
+    levelCombo_ = addCombo(tr("Level"), levelKey, levelNames_);
+    select(levelCombo_, current(levelKey));
 }
 
 void InsertConfigDialog::buildParameterFields()
 {
-    levelCombo_ = addCombo(QStringLiteral("level"), QStringLiteral("level"), levelNames_);
-    select(levelCombo_, current(QStringLiteral("level")));
-    destinationCombo_ =
-        addCombo(QStringLiteral("destination"), QStringLiteral("destination"), destinationNames_);
-    select(destinationCombo_, current(QStringLiteral("destination")));
-    fileEdit_ =
-        addEdit(QStringLiteral("file"), QStringLiteral("file"), current(QStringLiteral("file")));
+    levelCombo_ = addCombo(levelKey, levelKey, levelNames_);
+    select(levelCombo_, current(levelKey));
+    destinationCombo_ = addCombo(destinationKey, destinationKey, destinationNames_);
+    select(destinationCombo_, current(destinationKey));
+    fileEdit_ = addEdit(fileKey, fileKey, current(fileKey));
     connect(destinationCombo_, SIGNAL(currentIndexChanged(int)), this,
             SLOT(destinationChanged(int)));
     destinationChanged(destinationCombo_->currentIndex());
@@ -161,11 +159,11 @@ void InsertConfigDialog::buildParameterFields()
 
 void InsertConfigDialog::buildAttributeFields()
 {
-    idCombo_ = addCombo(QStringLiteral("id"), QStringLiteral("id"), attributeIds_);
-    select(idCombo_, current(QStringLiteral("id")));
-    valueCombo_ = addCombo(QStringLiteral("value"), QStringLiteral("value"), {});
-    opCombo_ = addCombo(QStringLiteral("op"), QStringLiteral("op"), attributeOps_);
-    select(opCombo_, current(QStringLiteral("op")));
+    idCombo_ = addCombo(idKey, idKey, attributeIds_);
+    select(idCombo_, current(idKey));
+    valueCombo_ = addCombo(valueKey, valueKey, {});
+    opCombo_ = addCombo(opKey, opKey, attributeOps_);
+    select(opCombo_, current(opKey));
     connect(idCombo_, SIGNAL(currentIndexChanged(int)), this, SLOT(idChanged(int)));
     idChanged(idCombo_->currentIndex());
 }
@@ -239,17 +237,17 @@ QString InsertConfigDialog::result(const QString& key) const
     const auto textOf = [](const QComboBox* combo) {
         return combo == nullptr ? QString() : combo->currentText();
     };
-    if (key == QLatin1String("level"))
+    if (key == levelKey)
         return textOf(levelCombo_);
-    if (key == QLatin1String("destination"))
+    if (key == destinationKey)
         return textOf(destinationCombo_);
-    if (key == QLatin1String("file"))
+    if (key == fileKey)
         return textOf(destinationCombo_) == QLatin1String("file") ? fileEdit_->text() : QString();
-    if (key == QLatin1String("id"))
+    if (key == idKey)
         return textOf(idCombo_);
-    if (key == QLatin1String("value"))
+    if (key == valueKey)
         return textOf(valueCombo_);
-    if (key == QLatin1String("op"))
+    if (key == opKey)
         return textOf(opCombo_);
     if (key == QLatin1String("Comment") && commentEdit_ != nullptr)
         return commentEdit_->text();
@@ -267,10 +265,10 @@ void InsertConfigDialog::idChanged(int)
     if (idCombo_ == nullptr)
         return;
     valueCombo_->clear();
-    if (idCombo_->currentText() == QLatin1String("module")) {
+    if (idCombo_->currentText() == moduleId) {
         valueCombo_->addItems(moduleNames_);
         makeEditable(valueCombo_);
-        selectOrAdd(valueCombo_, current(QStringLiteral("value")));
+        selectOrAdd(valueCombo_, current(valueKey));
         valueCombo_->setSizeAdjustPolicy(QComboBox::AdjustToContents);
         return;
     }
@@ -282,7 +280,7 @@ void InsertConfigDialog::idChanged(int)
     }
     valueCombo_->addItems(processNames_);
     makeEditable(valueCombo_);
-    select(valueCombo_, current(QStringLiteral("value")));
+    select(valueCombo_, current(valueKey));
 }
 
 } // namespace zuLogging

@@ -1,14 +1,17 @@
 #include "config/LogConfigView.h"
 
 #include "config/ConfigDock.h"
+#include "config/ConfigFloatingWindow.h"
+#include "config/DocumentEdits.h"
+#include "config/DocumentKeys.h"
 #include "config/InsertConfigDialog.h"
 #include "config/LogConfigData.h"
 #include "config/TableModel.h"
 #include "config/TreeModel.h"
+#include "widgets/Boxes.h"
+#include "widgets/WaitCursor.h"
 
 #include <QAction>
-#include <QApplication>
-#include <QEvent>
 #include <QHeaderView>
 #include <QIcon>
 #include <QItemSelectionModel>
@@ -35,29 +38,7 @@ namespace zuLogging {
 
 namespace {
 
-constexpr int floatingWidth = 600;
-constexpr int floatingHeight = 450;
-
-const QString levelKey = QStringLiteral("level");
-const QString parametersKey = QStringLiteral("parameters");
-const QString attributesKey = QStringLiteral("attributes");
-const QString specializationsKey = QStringLiteral("specializations");
-const QString elementKey = QStringLiteral("+");
-const QString commentKey = QStringLiteral("#");
-const QString idKey = QStringLiteral("id");
-const QString valueKey = QStringLiteral("value");
-const QString opKey = QStringLiteral("op");
-const QString moduleId = QStringLiteral("module");
-
-/// The wait cursor for as long as a transfer takes, never over a message box.
-class WaitCursor
-{
-public:
-    WaitCursor() { QApplication::setOverrideCursor(Qt::WaitCursor); }
-    ~WaitCursor() { QApplication::restoreOverrideCursor(); }
-    WaitCursor(const WaitCursor&) = delete;
-    WaitCursor& operator=(const WaitCursor&) = delete;
-};
+const QLatin1String commentResult("Comment"); // the dialog's name for it
 
 /// Null while the service was never found.
 LogConfigData* configuration()
@@ -69,87 +50,10 @@ LogConfigData* configuration()
     }
 }
 
-/// The button that was pressed; none if the box went with its parent meanwhile, which a box on the
-/// stack would not survive.
-QMessageBox::StandardButton showBox(QMessageBox::Icon icon, const QString& title,
-                                    const QString& text, QMessageBox::StandardButtons buttons,
-                                    QWidget* parent)
-{
-    const QPointer<QMessageBox> box = new QMessageBox(icon, title, text, buttons, parent);
-    const int answer = box->exec();
-    if (!box)
-        return QMessageBox::NoButton;
-    delete box;
-    return static_cast<QMessageBox::StandardButton>(answer);
-}
-
-QMap<QString, QString> valuesOfChildren(const TreeNode* node)
-{
-    QMap<QString, QString> values;
-    for (int row = node->childCount() - 1; row >= 0; --row) // of two, the first counts
-        values.insert(node->child(row)->key(), node->child(row)->value());
-    return values;
-}
-
-TreeNode* append(TreeModel* model, TreeNode* parent, const QString& key, const QString& value = {})
-{
-    return model->insertNode(parent->childCount(), key, value, parent);
-}
-
-/// Sets the child with this key, or appends one.
-void setChild(TreeModel* model, TreeNode* node, const QString& key, const QString& value)
-{
-    if (TreeNode* child = node->childWithKey(key))
-        model->setValue(child, value);
-    else
-        append(model, node, key, value);
-}
-
-/// What a "+" of a list of specializations starts as.
-void fillSpecialization(TreeModel* model, TreeNode* specialization)
-{
-    append(model, specialization, commentKey, QStringLiteral("Comment"));
-    TreeNode* attribute = append(model, append(model, specialization, attributesKey), elementKey);
-    append(model, attribute, idKey, moduleId);
-    append(model, append(model, specialization, parametersKey), levelKey, QStringLiteral("info"));
-}
-
-/// Adds to `scope` what it needs to be specialized and does not have yet, below its child `row`.
-/// Returns the first node that it added; null if nothing was missing.
-TreeNode* insertTemplate(TreeModel* model, TreeNode* scope, int row, bool withAttributes)
-{
-    TreeNode* first = nullptr;
-    const auto insert = [&](const QString& key) {
-        TreeNode* node = model->insertNode(++row, key, QString(), scope);
-        if (first == nullptr)
-            first = node;
-        return node;
-    };
-    if (withAttributes && scope->childWithKey(attributesKey) == nullptr)
-        append(model, insert(attributesKey), idKey);
-    if (scope->childWithKey(parametersKey) == nullptr)
-        append(model, insert(parametersKey), levelKey, QStringLiteral("info"));
-    if (scope->childWithKey(specializationsKey) == nullptr) {
-        TreeNode* specialization = append(model, insert(specializationsKey), elementKey);
-        fillSpecialization(model, specialization);
-        TreeNode* attribute = specialization->childWithKey(attributesKey)->child(0);
-        append(model, attribute, valueKey, QStringLiteral("[MODULE]"));
-    }
-    return first;
-}
-
-bool isDefaultLevel(const TreeModel* model, const TreeNode* node)
-{
-    const TreeNode* parameters = node->parent();
-    return node->key() == levelKey && parameters != nullptr && parameters->key() == parametersKey &&
-           parameters->parent() == model->root();
-}
-
 } // namespace
 
 LogConfigView::LogConfigView(QWidget* window)
     : innerWindow_(new QMainWindow(this, Qt::Widget))
-    , floatingWindow_(std::make_unique<QWidget>())
     , dock_(new ConfigDock(tr("Configuration"), window))
     , toolbar_(new QToolBar(tr("Log Config Toolbar"), innerWindow_))
     , dockAction_(new QAction(QIcon(QStringLiteral(":/undock.png")), tr("Dock / Undock"), this))
@@ -165,29 +69,15 @@ LogConfigView::LogConfigView(QWidget* window)
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(innerWindow_);
 
-    floatingWindow_->setObjectName(QStringLiteral("configFloatingWindow"));
-    floatingWindow_->setWindowTitle(QStringLiteral("Arvenza LogDesk"));
-    floatingWindow_->setWindowIcon(QIcon(QStringLiteral(":/logging.png")));
-    floatingWindow_->resize(floatingWidth, floatingHeight);
-    // The program ends with its main window.
-    floatingWindow_->setAttribute(Qt::WA_QuitOnClose, false);
-    auto* floatingLayout = new QVBoxLayout(floatingWindow_.get());
-    floatingLayout->setContentsMargins(0, 0, 0, 0);
-    floatingWindow_->installEventFilter(this);
-
     dockAction_->setStatusTip(tr("Dock / undock the acquisition window"));
     connect(dockAction_, SIGNAL(triggered()), this, SLOT(floatingButtonClicked()));
     innerWindow_->addAction(dockAction_);
     buildToolbar();
 
-    dock_->setObjectName(QStringLiteral("LogConfigDock"));
-    dock_->setAllowedAreas(Qt::RightDockWidgetArea);
-    // The toolbar is the title bar, and undocking is this view's business.
-    dock_->setFeatures(QDockWidget::NoDockWidgetFeatures);
-    dock_->setTitleBarWidget(new QWidget(dock_));
-    dock_->toggleViewAction()->setVisible(false);
-    dock_->setWidget(this);
-    dock_->installEventFilter(this);
+    connect(dock_, &ConfigDock::closeRequested, this, &LogConfigView::closeRequested);
+    connect(dock_, &ConfigDock::dockedChanged, this, &LogConfigView::showDocked);
+    connect(dock_, &ConfigDock::maximizedChanged, this, &LogConfigView::showMaximizedIcon);
+    dock_->setContent(this, innerWindow_);
     initialised_ = true;
 }
 
@@ -260,7 +150,7 @@ QDockWidget* LogConfigView::dock() const
 
 QWidget* LogConfigView::floatingWindow() const
 {
-    return docked_ ? nullptr : floatingWindow_.get();
+    return dock_->floatingWindow();
 }
 
 void LogConfigView::closeFloatingWindow()
@@ -273,68 +163,25 @@ void LogConfigView::closeFloatingWindow()
 
 void LogConfigView::floatingButtonClicked()
 {
-    if (docked_)
-        undock();
-    else
-        putIntoDock();
+    dock_->toggleDocked();
 }
 
-void LogConfigView::undock()
+void LogConfigView::showDocked(bool docked)
 {
-    docked_ = false;
-    dock_->setContentAway(true);
-    floatingWindow_->layout()->addWidget(innerWindow_);
-    innerWindow_->show();
-    setDockIcon(QStringLiteral(":/dock.png"));
-    maximizeAction_->setVisible(true);
-    floatingWindow_->show();
-    floatingWindow_->activateWindow();
-}
-
-void LogConfigView::putIntoDock()
-{
-    const bool visible = floatingWindow_->isVisible();
-    docked_ = true;
-    floatingWindow_->hide();
-    layout()->addWidget(innerWindow_);
-    innerWindow_->show();
-    setDockIcon(QStringLiteral(":/undock.png"));
-    maximizeAction_->setVisible(false);
-    dock_->setFloating(false);
-    dock_->setContentAway(false);
-    dock_->setVisible(visible);
-}
-
-void LogConfigView::setDockIcon(const QString& path)
-{
-    dockButton_->setIcon(QIcon(path));
-    dockAction_->setIcon(QIcon(path));
+    const QIcon icon(docked ? QStringLiteral(":/undock.png") : QStringLiteral(":/dock.png"));
+    dockButton_->setIcon(icon);
+    dockAction_->setIcon(icon);
+    maximizeAction_->setVisible(!docked);
 }
 
 void LogConfigView::resizeClicked()
 {
-    if (docked_)
-        return;
-    // The window tells at once that its state changes: not asked for again.
-    const bool maximize = !maximized_;
-    if (maximize) {
-        normalGeometry_ = floatingWindow_->geometry();
-        floatingWindow_->showMaximized();
-    } else {
-        const QRect before = normalGeometry_;
-        floatingWindow_->showNormal();
-        // A window that was closed meanwhile has forgotten how large it was.
-        if (before.isValid())
-            floatingWindow_->setGeometry(before);
-    }
-    setMaximized(maximize);
+    if (ConfigFloatingWindow* window = dock_->floatingWindow())
+        window->toggleMaximized();
 }
 
-void LogConfigView::setMaximized(bool maximized)
+void LogConfigView::showMaximizedIcon(bool maximized)
 {
-    maximized_ = maximized;
-    if (!maximized)
-        normalGeometry_ = QRect();
     maximizeButton_->setIcon(QIcon(maximized ? QStringLiteral(":/minimizeDock.png")
                                              : QStringLiteral(":/maximizeDock.png")));
 }
@@ -344,91 +191,76 @@ void LogConfigView::closeClicked()
     Q_EMIT closeRequested();
 }
 
-bool LogConfigView::eventFilter(QObject* watched, QEvent* event)
-{
-    const bool isFloating = watched == floatingWindow_.get();
-    if (event->type() == QEvent::Close && (isFloating || watched == dock_))
-        Q_EMIT closeRequested();
-    if (event->type() == QEvent::Show && watched == dock_)
-        justShown_ = true;
-    // By the window's own title bar.
-    if (event->type() == QEvent::WindowStateChange && isFloating)
-        setMaximized(floatingWindow_->isMaximized());
-    return QWidget::eventFilter(watched, event);
-}
-
 void LogConfigView::paintEvent(QPaintEvent*)
 {
     QStyleOption option;
     option.initFrom(this);
     QPainter painter(this);
     style()->drawPrimitive(QStyle::PE_Widget, &option, &painter, this);
-    if (!initialised_ || !dock_->isVisible())
-        return;
-    dock_->setVisible(true);
-    // Not away from what is inside of it: somebody may be typing there. And, unless it has just
-    // been shown, not from who goes through the window with the Tab key, which would never lead
-    // past it.
-    const QWidget* focus = window()->focusWidget();
-    const bool isTaken =
-        focus != nullptr && (dock_->isAncestorOf(focus) ||
-                             (!justShown_ && window()->testAttribute(Qt::WA_KeyboardFocusChange)));
-    // Not through a proxy of the dock's: Tab would then leave out its buttons.
-    if (!isTaken && innerWindow_->centralWidget() != nullptr)
-        innerWindow_->centralWidget()->setFocus();
-    justShown_ = false;
-    dock_->raise();
+    if (initialised_ && dock_->isVisible())
+        dock_->bringForward(innerWindow_->centralWidget());
 }
 
 void LogConfigView::setMode(int mode)
 {
     mode_ = mode == Expert ? Expert : User;
-    QAbstractItemView* view = nullptr;
-    bool hasModel = false;
-    LogConfigData* config = configuration();
-    if (mode_ == Expert) {
-        if (treeView_ == nullptr) {
-            treeView_ = new QTreeView(this);
-            treeView_->setObjectName(QStringLiteral("configTree"));
-            treeView_->setAccessibleName(tr("Configuration"));
-            treeView_->setUniformRowHeights(true);
-            treeView_->setContextMenuPolicy(Qt::CustomContextMenu);
-            // A double click inserts, and does nothing else.
-            treeView_->setExpandsOnDoubleClick(false);
-            treeView_->setEditTriggers(QAbstractItemView::EditKeyPressed |
-                                       QAbstractItemView::SelectedClicked);
-            connect(treeView_, SIGNAL(doubleClicked(const QModelIndex&)), this,
-                    SLOT(insertClicked()));
-            connect(treeView_, SIGNAL(customContextMenuRequested(const QPoint&)), this,
-                    SLOT(showContextMenu(const QPoint&)));
-        }
-        view = treeView_;
-        hasModel = config != nullptr && treeView_->model() == config->treeModel();
-    } else {
-        if (tableView_ == nullptr) {
-            tableView_ = new QTableView(this);
-            tableView_->setObjectName(QStringLiteral("configTable"));
-            tableView_->setAccessibleName(tr("Configuration"));
-            tableView_->horizontalHeader()->show();
-            tableView_->verticalHeader()->show();
-            tableView_->horizontalHeader()->setStretchLastSection(true);
-            tableView_->setContextMenuPolicy(Qt::CustomContextMenu);
-            tableView_->setTabKeyNavigation(false);
-            connect(tableView_, SIGNAL(doubleClicked(const QModelIndex&)), this,
-                    SLOT(modifyClicked()));
-            connect(tableView_, SIGNAL(customContextMenuRequested(const QPoint&)), this,
-                    SLOT(showContextMenu(const QPoint&)));
-        }
-        view = tableView_;
-        hasModel = config != nullptr && tableView_->model() == config->tableModel();
-    }
+    if (mode_ == Expert && treeView_ == nullptr)
+        makeTreeView();
+    else if (mode_ == User && tableView_ == nullptr)
+        makeTableView();
+    QAbstractItemView* view = shownView();
     showCentral(view);
     // What was expanded and scrolled to stays, as long as it shows the same document.
-    if (!hasModel)
+    LogConfigData* config = configuration();
+    const QAbstractItemModel* model = nullptr;
+    if (config != nullptr && mode_ == Expert)
+        model = config->treeModel();
+    else if (config != nullptr)
+        model = config->tableModel();
+    if (model == nullptr || view->model() != model)
         showModel();
     else
         view->selectionModel()->clear();
     enableButtons(mode_ == User, false, false);
+}
+
+QAbstractItemView* LogConfigView::shownView() const
+{
+    return mode_ == Expert ? static_cast<QAbstractItemView*>(treeView_)
+                           : static_cast<QAbstractItemView*>(tableView_);
+}
+
+void LogConfigView::makeTreeView()
+{
+    treeView_ = new QTreeView(this);
+    treeView_->setObjectName(QStringLiteral("configTree"));
+    treeView_->setAccessibleName(tr("Configuration"));
+    treeView_->setUniformRowHeights(true);
+    treeView_->setContextMenuPolicy(Qt::CustomContextMenu);
+    // A double click inserts, and does nothing else.
+    treeView_->setExpandsOnDoubleClick(false);
+    treeView_->setEditTriggers(QAbstractItemView::EditKeyPressed |
+                               QAbstractItemView::SelectedClicked);
+    connect(treeView_, SIGNAL(doubleClicked(const QModelIndex&)), this, SLOT(insertClicked()));
+    connect(treeView_, SIGNAL(customContextMenuRequested(const QPoint&)), this,
+            SLOT(showContextMenu(const QPoint&)));
+}
+
+void LogConfigView::makeTableView()
+{
+    tableView_ = new QTableView(this);
+    tableView_->setObjectName(QStringLiteral("configTable"));
+    tableView_->setAccessibleName(tr("Configuration"));
+    tableView_->horizontalHeader()->show();
+    tableView_->verticalHeader()->show();
+    tableView_->horizontalHeader()->setStretchLastSection(true);
+    tableView_->setSelectionMode(QAbstractItemView::SingleSelection);
+    tableView_->setSelectionBehavior(QAbstractItemView::SelectRows);
+    tableView_->setContextMenuPolicy(Qt::CustomContextMenu);
+    tableView_->setTabKeyNavigation(false);
+    connect(tableView_, SIGNAL(doubleClicked(const QModelIndex&)), this, SLOT(modifyClicked()));
+    connect(tableView_, SIGNAL(customContextMenuRequested(const QPoint&)), this,
+            SLOT(showContextMenu(const QPoint&)));
 }
 
 void LogConfigView::showCentral(QAbstractItemView* view)
@@ -451,6 +283,15 @@ void LogConfigView::enableButtons(bool insert, bool remove, bool modify)
     modifyButton_->setEnabled(modify);
 }
 
+void LogConfigView::followSelection(QAbstractItemView* view, const char* slot)
+{
+    const char* const changed =
+        SIGNAL(selectionChanged(const QItemSelection&, const QItemSelection&));
+    disconnect(view->selectionModel(), changed, this, slot);
+    connect(view->selectionModel(), changed, this, slot);
+    view->selectionModel()->clear();
+}
+
 void LogConfigView::showTreeModel()
 {
     LogConfigData* config = configuration();
@@ -460,15 +301,11 @@ void LogConfigView::showTreeModel()
     treeView_->setModel(model);
     treeView_->expandToDepth(1);
     treeView_->resizeColumnToContents(0);
-    const char* const changed =
-        SIGNAL(selectionChanged(const QItemSelection&, const QItemSelection&));
-    const char* const slot = SLOT(treeItemSelected(const QItemSelection&, const QItemSelection&));
-    disconnect(treeView_->selectionModel(), changed, this, slot);
-    connect(treeView_->selectionModel(), changed, this, slot);
+    followSelection(treeView_,
+                    SLOT(treeItemSelected(const QItemSelection&, const QItemSelection&)));
     // A comment can be edited in place.
     connect(model, &QAbstractItemModel::dataChanged, this, &LogConfigView::markModified,
             Qt::UniqueConnection);
-    treeView_->selectionModel()->clear();
     if (mode_ == Expert)
         enableButtons(false, false, false);
 }
@@ -482,18 +319,9 @@ void LogConfigView::showTableModel()
     // Off first, or what is stretched already would stay as narrow as its contents.
     tableView_->horizontalHeader()->setStretchLastSection(false);
     tableView_->resizeColumnsToContents();
-    tableView_->setSelectionMode(QAbstractItemView::SingleSelection);
-    tableView_->setSelectionBehavior(QAbstractItemView::SelectRows);
-    tableView_->horizontalHeader()->show();
-    tableView_->verticalHeader()->show();
     tableView_->horizontalHeader()->setStretchLastSection(true);
-    tableView_->setContextMenuPolicy(Qt::CustomContextMenu);
-    const char* const changed =
-        SIGNAL(selectionChanged(const QItemSelection&, const QItemSelection&));
-    const char* const slot = SLOT(tableItemSelected(const QItemSelection&, const QItemSelection&));
-    disconnect(tableView_->selectionModel(), changed, this, slot);
-    connect(tableView_->selectionModel(), changed, this, slot);
-    tableView_->selectionModel()->clear();
+    followSelection(tableView_,
+                    SLOT(tableItemSelected(const QItemSelection&, const QItemSelection&)));
     if (mode_ == User)
         enableButtons(true, false, false);
 }
@@ -512,27 +340,9 @@ void LogConfigView::treeItemSelected(const QItemSelection&, const QItemSelection
         treeView_ == nullptr ? nullptr : qobject_cast<const TreeModel*>(treeView_->model());
     if (model == nullptr || mode_ != Expert)
         return;
-    const TreeNode* node = model->nodeOf(treeView_->currentIndex());
-    const TreeNode* parent = node->parent() == nullptr ? node : node->parent();
-    if (node->nodeKind() == TreeNode::Comment) {
-        enableButtons(false, false, true);
-        return;
-    }
-    switch (parent->nodeKind()) {
-    case TreeNode::AttributeList:
-    case TreeNode::SpecializationList:
-    case TreeNode::Specialization:
-    case TreeNode::Plain:
-        enableButtons(true, true, false);
-        break;
-    case TreeNode::ParameterSet:
-    case TreeNode::Attribute:
-        enableButtons(false, false, true);
-        break;
-    default:
-        enableButtons(false, false, false);
-        break;
-    }
+    const NodeCommands commands = commandsFor(model->nodeOf(treeView_->currentIndex()));
+    enableButtons(commands == NodeCommands::InsertAndDelete,
+                  commands == NodeCommands::InsertAndDelete, commands == NodeCommands::Modify);
 }
 
 void LogConfigView::tableItemSelected(const QItemSelection&, const QItemSelection&)
@@ -552,8 +362,7 @@ void LogConfigView::tableItemSelected(const QItemSelection&, const QItemSelectio
 
 void LogConfigView::showContextMenu(const QPoint& pnt)
 {
-    const QAbstractItemView* view = mode_ == Expert ? static_cast<QAbstractItemView*>(treeView_)
-                                                    : static_cast<QAbstractItemView*>(tableView_);
+    const QAbstractItemView* view = shownView();
     if (view == nullptr)
         return;
     auto* menu = new QMenu(innerWindow_);
@@ -572,13 +381,12 @@ void LogConfigView::showContextMenu(const QPoint& pnt)
 
 void LogConfigView::warn(const QString& title, const QString& text)
 {
-    showBox(QMessageBox::Warning, title, text, QMessageBox::Ok, innerWindow_);
+    showBox(innerWindow_, QMessageBox::Warning, title, text);
 }
 
 QModelIndex LogConfigView::currentIndexFor(const QString& title)
 {
-    const QAbstractItemView* view = mode_ == Expert ? static_cast<QAbstractItemView*>(treeView_)
-                                                    : static_cast<QAbstractItemView*>(tableView_);
+    const QAbstractItemView* view = shownView();
     const QModelIndex current = view == nullptr ? QModelIndex() : view->currentIndex();
     if (!current.isValid())
         warn(title, tr("Please select a configuration."));
@@ -598,6 +406,28 @@ QStringList LogConfigView::moduleNames()
     }
 }
 
+std::optional<QMap<QString, QString>>
+LogConfigView::askForValues(const QModelIndex& selected, const QStringList& modules,
+                            const QMap<QString, QString>& values, bool insert)
+{
+    const QPointer<LogConfigView> self(this);
+    const QPointer<InsertConfigDialog> dialog = new InsertConfigDialog(
+        this, selected, modules, LogConfigData::levelNames(), LogConfigData::destinationNames(),
+        LogConfigData::attributeIds(), LogConfigData::attributeOps(), values, insert,
+        mode_ == Expert, innerWindow_);
+    const bool accepted = dialog->exec() == QDialog::Accepted;
+    if (!self || !dialog)
+        return std::nullopt;
+    QMap<QString, QString> entered;
+    for (const QLatin1String key :
+         {levelKey, destinationKey, fileKey, idKey, valueKey, opKey, commentResult})
+        entered.insert(key, dialog->result(key));
+    delete dialog;
+    if (!accepted)
+        return std::nullopt;
+    return entered;
+}
+
 void LogConfigView::insertClicked()
 {
     if (mode_ == Expert)
@@ -611,22 +441,12 @@ void LogConfigView::insertModule()
     LogConfigData* config = configuration();
     if (tableView_ == nullptr || config == nullptr)
         return;
-    const QPointer<LogConfigView> self(this);
     const QPointer<TableModel> model(config->tableModel());
     const QPersistentModelIndex current(tableView_->currentIndex());
-    const QPointer<InsertConfigDialog> dialog =
-        new InsertConfigDialog(this, current, moduleNames(), LogConfigData::levelNames(),
-                               LogConfigData::destinationNames(), LogConfigData::attributeIds(),
-                               LogConfigData::attributeOps(), {}, true, false, innerWindow_);
-    const bool accepted = dialog->exec() == QDialog::Accepted;
-    if (!self || !dialog)
+    const auto entered = askForValues(current, moduleNames(), {}, true);
+    if (!entered || !model)
         return;
-    const QString level = dialog->result(levelKey);
-    const QString module = dialog->result(valueKey);
-    delete dialog;
-    if (!accepted || !model)
-        return;
-    model->addModuleRow(current.row(), module, level);
+    model->addModuleRow(current.row(), entered->value(valueKey), entered->value(levelKey));
     if (tableView_->model() == model) {
         tableView_->resizeColumnsToContents(); // the new name is to be read
         tableView_->selectRow(model->rowCount() - 1);
@@ -641,9 +461,8 @@ void LogConfigView::insertNodes()
                                                       : nullptr);
     if (!model)
         return;
-    const TreeNode::Kind scopeKind = model->nodeOf(current)->parent()->nodeKind();
     QString question;
-    switch (scopeKind) {
+    switch (model->nodeOf(current)->parent()->nodeKind()) {
     case TreeNode::Specialization:
     case TreeNode::Plain:
         question = tr("Do you want to insert specializations?");
@@ -658,28 +477,11 @@ void LogConfigView::insertNodes()
         return;
     }
     const QPointer<LogConfigView> self(this);
-    const auto answer = showBox(QMessageBox::Question, tr("Insert"), question,
-                                QMessageBox::Yes | QMessageBox::No, innerWindow_);
+    const auto answer = showBox(innerWindow_, QMessageBox::Question, tr("Insert"), question,
+                                QMessageBox::Yes | QMessageBox::No);
     if (!self || answer != QMessageBox::Yes || !model || !current.isValid())
         return;
-
-    TreeNode* scope = model->nodeOf(current)->parent();
-    const int row = current.row();
-    TreeNode* inserted = nullptr;
-    switch (scopeKind) {
-    case TreeNode::SpecializationList:
-        inserted = model->insertNode(row + 1, elementKey, QString(), scope);
-        fillSpecialization(model, inserted);
-        break;
-    case TreeNode::AttributeList:
-        inserted = model->insertNode(row + 1, elementKey, QString(), scope);
-        append(model, inserted, idKey);
-        break;
-    default:
-        inserted = insertTemplate(model, scope, row, scopeKind == TreeNode::Specialization);
-        break;
-    }
-    if (inserted != nullptr)
+    if (TreeNode* inserted = insertBehind(*model, model->nodeOf(current)))
         treeEdited(inserted);
 }
 
@@ -712,73 +514,51 @@ void LogConfigView::modifyClicked()
 
 void LogConfigView::modifyModule(const QModelIndex& index)
 {
-    const QPointer<LogConfigView> self(this);
     const QPersistentModelIndex current(index);
     const auto text = [&](int column) {
         return index.sibling(index.row(), column).data().toString();
     };
     const QMap<QString, QString> values{{valueKey, text(0)}, {levelKey, text(1)}};
-    const QPointer<InsertConfigDialog> dialog =
-        new InsertConfigDialog(this, index, moduleNames(), LogConfigData::levelNames(),
-                               LogConfigData::destinationNames(), LogConfigData::attributeIds(),
-                               LogConfigData::attributeOps(), values, false, false, innerWindow_);
-    const bool accepted = dialog->exec() == QDialog::Accepted;
-    if (!self || !dialog)
+    const auto entered = askForValues(index, moduleNames(), values, false);
+    if (!entered)
         return;
-    const QString level = dialog->result(levelKey);
-    const QString module = dialog->result(valueKey);
-    delete dialog;
     auto* model = qobject_cast<TableModel*>(tableView_->model());
-    if (!accepted || !current.isValid() || model == nullptr || current.model() != model)
+    if (!current.isValid() || model == nullptr || current.model() != model)
         return;
-    model->modifyRow(current.row(), module, level);
+    model->modifyRow(current.row(), entered->value(valueKey), entered->value(levelKey));
     tableView_->resizeColumnsToContents();
     markModified();
 }
 
 void LogConfigView::modifyNode(const QModelIndex& index)
 {
-    auto* const shown = qobject_cast<TreeModel*>(treeView_->model());
-    if (shown == nullptr)
+    const QPointer<TreeModel> model(qobject_cast<TreeModel*>(treeView_->model()));
+    if (!model)
         return;
-    const TreeNode* node = shown->nodeOf(index);
+    const TreeNode* node = model->nodeOf(index);
     const bool isComment = node->nodeKind() == TreeNode::Comment;
-    const TreeNode::Kind scopeKind = node->parent()->nodeKind();
-    if (!isComment && scopeKind != TreeNode::Attribute && scopeKind != TreeNode::ParameterSet)
+    const bool isInAttribute = !isComment && node->parent()->nodeKind() == TreeNode::Attribute;
+    if (!isComment && !isInAttribute && node->parent()->nodeKind() != TreeNode::ParameterSet)
         return;
 
-    const QString commentResult = QStringLiteral("Comment");
     const QMap<QString, QString> values =
         isComment ? QMap<QString, QString>{{commentResult, node->value()}}
                   : valuesOfChildren(node->parent());
-    const bool needsModules = !isComment && scopeKind == TreeNode::Attribute;
-    const QPointer<LogConfigView> self(this);
-    const QPointer<TreeModel> model(shown);
     const QPersistentModelIndex current(index);
-    const QPointer<InsertConfigDialog> dialog = new InsertConfigDialog(
-        this, index, needsModules ? moduleNames() : QStringList(), LogConfigData::levelNames(),
-        LogConfigData::destinationNames(), LogConfigData::attributeIds(),
-        LogConfigData::attributeOps(), values, false, true, innerWindow_);
-    const bool accepted = dialog->exec() == QDialog::Accepted;
-    if (!self || !dialog)
-        return;
-    QMap<QString, QString> results;
-    for (const QString& key : {levelKey, QStringLiteral("destination"), QStringLiteral("file"),
-                               idKey, valueKey, opKey, commentResult})
-        results.insert(key, dialog->result(key));
-    delete dialog;
-    if (!accepted || !model || !current.isValid())
+    const auto entered =
+        askForValues(index, isInAttribute ? moduleNames() : QStringList(), values, false);
+    if (!entered || !model || !current.isValid())
         return;
 
     TreeNode* edited = model->nodeOf(current);
     if (isComment)
-        model->setValue(edited, results.value(commentResult));
-    else if (scopeKind == TreeNode::Attribute)
-        for (const QString& key : {idKey, valueKey, opKey})
-            setChild(model, edited->parent(), key, results.value(key));
+        model->setValue(edited, entered->value(commentResult));
+    else if (isInAttribute)
+        for (const QLatin1String key : {idKey, valueKey, opKey})
+            setChild(*model, edited->parent(), key, entered->value(key));
     else
-        for (const QString& key : {levelKey, QStringLiteral("destination"), QStringLiteral("file")})
-            setChild(model, edited->parent(), key, results.value(key));
+        for (const QLatin1String key : {levelKey, destinationKey, fileKey})
+            setChild(*model, edited->parent(), key, entered->value(key));
     treeEdited();
 }
 
@@ -812,13 +592,7 @@ void LogConfigView::deleteModule(const QModelIndex& index)
 void LogConfigView::deleteNode(const QModelIndex& index)
 {
     auto* model = qobject_cast<TreeModel*>(treeView_->model());
-    if (model == nullptr)
-        return;
-    const TreeNode* node = model->nodeOf(index);
-    // Nobody is left without a default level.
-    const bool isScopesOwn =
-        node->nodeKind() == TreeNode::ParameterSet && node->parent()->nodeKind() == TreeNode::Plain;
-    if (isScopesOwn || isDefaultLevel(model, node))
+    if (model == nullptr || !canBeDeleted(*model, model->nodeOf(index)))
         return;
     model->removeRows(index.row(), 1, index.parent());
     treeEdited();
@@ -899,47 +673,16 @@ void LogConfigView::resetConfiguration()
     LogConfigData* config = configuration();
     if (config == nullptr)
         return;
-    if (mode_ == Expert && treeView_ != nullptr)
-        resetTree();
-    else if (mode_ == User && tableView_ != nullptr)
-        resetTable();
-}
-
-void LogConfigView::resetTable()
-{
-    LogConfigData* config = configuration();
-    TableModel* model = config->tableModel();
-    // Both views would go through all that they show for each of thousands of rows.
-    tableView_->setModel(nullptr);
-    if (treeView_ != nullptr)
-        treeView_->setModel(nullptr);
-    for (int rows = model->rowCount(); rows > 1;) {
-        model->removeModuleRow(model->rowObject(rows - 1));
-        if (model->rowCount() >= rows)
-            break;
-        rows = model->rowCount();
+    if (mode_ == Expert && treeView_ != nullptr) {
+        resetTree(*config->treeModel());
+    } else if (mode_ == User && tableView_ != nullptr) {
+        // Both views would go through all that they show for each of thousands of rows.
+        tableView_->setModel(nullptr);
+        if (treeView_ != nullptr)
+            treeView_->setModel(nullptr);
+        resetTable(*config->tableModel(), *config->treeModel());
+        showTableModel();
     }
-    const TableModel::Row* first = model->rowObject(0);
-    if (first != nullptr && first->level != nullptr &&
-        isDefaultLevel(config->treeModel(), first->level))
-        model->modifyRow(0, QString(), QStringLiteral("fatal"));
-    else
-        resetTree(); // a document without a default level: what stands first is a module's
-    showTableModel();
-}
-
-void LogConfigView::resetTree()
-{
-    TreeModel* model = configuration()->treeModel();
-    TreeNode* root = model->root();
-    for (int row = root->childCount() - 1; row >= 0; --row)
-        if (root->child(row)->key() == specializationsKey)
-            model->removeRows(row, 1, QModelIndex());
-    TreeNode* parameters = root->childWithKey(parametersKey);
-    if (parameters == nullptr)
-        parameters = model->insertNode(0, parametersKey, QString(), root);
-    setChild(model, parameters, levelKey, QStringLiteral("fatal"));
-    model->rebuildTable();
 }
 
 void LogConfigView::markModified()

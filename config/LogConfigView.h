@@ -1,12 +1,12 @@
 #pragma once
 
+#include <QMap>
 #include <QModelIndex>
-#include <QRect>
 #include <QString>
 #include <QStringList>
 #include <QWidget>
 
-#include <memory>
+#include <optional>
 
 class QAbstractItemView;
 class QAction;
@@ -94,18 +94,19 @@ public Q_SLOTS:
     void tableItemSelected(const QItemSelection& selected, const QItemSelection& deselected);
 
 protected:
-    bool eventFilter(QObject* watched, QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
 private:
     void buildToolbar();
     QToolButton* makeButton(const QString& name, const QString& icon, const QString& toolTip,
                             const char* slot);
-    void undock();
-    void putIntoDock();
-    void setDockIcon(const QString& path);
-    void setMaximized(bool maximized);
+    void showDocked(bool docked);
+    void showMaximizedIcon(bool maximized);
+    QAbstractItemView* shownView() const;
+    void makeTreeView();
+    void makeTableView();
     void showCentral(QAbstractItemView* view);
+    void followSelection(QAbstractItemView* view, const char* slot);
     void enableButtons(bool insert, bool remove, bool modify);
 
     /// The index that an action is for; when there is none, tells the user and returns an invalid
@@ -114,6 +115,12 @@ private:
     void warn(const QString& title, const QString& text);
     /// What the service knows now or, when it does not answer, knew last.
     QStringList moduleNames();
+    /// Opens the dialog for `selected`. What was entered, by key; nothing when it was cancelled, or
+    /// when this view went meanwhile.
+    std::optional<QMap<QString, QString>> askForValues(const QModelIndex& selected,
+                                                       const QStringList& modules,
+                                                       const QMap<QString, QString>& values,
+                                                       bool insert);
 
     void insertModule();
     void insertNodes();
@@ -123,11 +130,8 @@ private:
     void deleteNode(const QModelIndex& index);
     /// After an edit of the tree; `node`, if there is one, becomes the selected one.
     void treeEdited(TreeNode* node = nullptr);
-    void resetTable();
-    void resetTree();
 
     QMainWindow* innerWindow_;
-    std::unique_ptr<QWidget> floatingWindow_;
     ConfigDock* dock_;
     QTreeView* treeView_ = nullptr;
     QTableView* tableView_ = nullptr;
@@ -142,11 +146,7 @@ private:
     QToolButton* rereadButton_ = nullptr;
     QAction* maximizeAction_ = nullptr; ///< the toolbar's place for the button
     QAction* dockAction_;
-    bool docked_ = true;
-    bool maximized_ = false;
-    QRect normalGeometry_;     ///< of the separate window, while its own button has maximised it
     bool initialised_ = false; ///< the dock may be raised
-    bool justShown_ = true;    ///< the dock, and not painted since
     int mode_ = User;
 };
 

@@ -1,5 +1,6 @@
 #include "config/TableModel.h"
 
+#include "config/DocumentKeys.h"
 #include "config/TreeModel.h"
 #include "config/TreeNode.h"
 
@@ -15,7 +16,7 @@ namespace {
 
 constexpr int moduleColumn = 0;
 constexpr int levelColumn = 1;
-constexpr int columns = 2;
+constexpr int tableColumns = 2;
 
 /// A set of nodes that is asked for each cell of the table: most are out of the set's range of
 /// addresses, and that is all it costs to see.
@@ -98,7 +99,7 @@ int TableModel::rowCount(const QModelIndex& parent) const
 
 int TableModel::columnCount(const QModelIndex& parent) const
 {
-    return parent.isValid() ? 0 : columns;
+    return parent.isValid() ? 0 : tableColumns;
 }
 
 QVariant TableModel::data(const QModelIndex& index, int role) const
@@ -158,20 +159,20 @@ void TableModel::addRowsOf(TreeNode* node, BuildState& state)
         state.pendingLevel = nullptr;
         break;
     case TreeNode::AttributeField:
-        if (node->key() == QLatin1String("id")) {
-            state.inModuleAttribute = node->value() == QLatin1String("module");
+        if (node->key() == idKey) {
+            state.inModuleAttribute = node->value() == moduleId;
             if (state.inModuleAttribute) {
                 rows_.push_back(std::make_unique<Row>());
                 rows_.back()->id = node;
             }
-        } else if (node->key() == QLatin1String("value") && state.inModuleAttribute) {
+        } else if (node->key() == valueKey && state.inModuleAttribute) {
             rows_.back()->module = node;
             state.haveModuleValue = true;
             state.inModuleAttribute = false;
         }
         break;
     case TreeNode::ParameterField:
-        if (node->key() == QLatin1String("level")) {
+        if (node->key() == levelKey) {
             if (rows_.empty()) {
                 rows_.push_back(std::make_unique<Row>());
                 giveLevel(state.firstWithoutLevel, node);
@@ -246,26 +247,25 @@ TreeNode* TableModel::listForNewRow(int row) const
         return list;
     // The document may have a list already, one of processes only: this one is for the modules.
     TreeNode* root = treeModel_->root();
-    return treeModel_->insertNode(root->childCount(), QStringLiteral("specializations"), QString(),
-                                  root);
+    return treeModel_->insertNode(root->childCount(), specializationsKey, QString(), root);
 }
 
 void TableModel::addModuleRow(int row, const QString& moduleName, const QString& levelName)
 {
     if (treeModel_ == nullptr)
         return;
-    const auto append = [this](TreeNode* parent, const char* key, const QString& value) {
-        return treeModel_->insertNode(parent->childCount(), QLatin1String(key), value, parent);
+    const auto append = [this](TreeNode* parent, const QString& key, const QString& value) {
+        return treeModel_->insertNode(parent->childCount(), key, value, parent);
     };
-    TreeNode* specialization = append(listForNewRow(row), "+", QString());
-    TreeNode* attributes = append(specialization, "attributes", QString());
-    TreeNode* parameters = append(specialization, "parameters", QString());
-    TreeNode* attribute = append(attributes, "+", QString());
+    TreeNode* specialization = append(listForNewRow(row), elementKey, QString());
+    TreeNode* attributes = append(specialization, attributesKey, QString());
+    TreeNode* parameters = append(specialization, parametersKey, QString());
+    TreeNode* attribute = append(attributes, elementKey, QString());
 
     auto added = std::make_unique<Row>();
-    added->id = append(attribute, "id", QStringLiteral("module"));
-    added->module = append(attribute, "value", moduleName);
-    added->level = append(parameters, "level", levelName);
+    added->id = append(attribute, idKey, moduleId);
+    added->module = append(attribute, valueKey, moduleName);
+    added->level = append(parameters, levelKey, levelName);
     beginInsertRows({}, rowCount(), rowCount());
     rows_.push_back(std::move(added));
     endInsertRows();
@@ -283,22 +283,21 @@ void TableModel::modifyRow(int row, const QString& moduleName, const QString& le
         treeModel_->setValue(modified->module, moduleName);
     } else if (row > 0 && modified->id != nullptr) {
         TreeNode* attribute = modified->id->parent();
-        modified->module = treeModel_->insertNode(modified->id->row() + 1, QStringLiteral("value"),
-                                                  moduleName, attribute);
+        modified->module =
+            treeModel_->insertNode(modified->id->row() + 1, valueKey, moduleName, attribute);
     }
     if (modified->level != nullptr) {
         treeModel_->setValue(modified->level, levelName);
     } else if (TreeNode* specialization = specializationOf(*modified)) {
-        const QString key = QStringLiteral("parameters");
-        TreeNode* parameters = specialization->childWithKey(key);
+        TreeNode* parameters = specialization->childWithKey(parametersKey);
         if (parameters == nullptr)
-            parameters = treeModel_->insertNode(specialization->childCount(), key, QString(),
-                                                specialization);
-        modified->level = treeModel_->insertNode(parameters->childCount(), QStringLiteral("level"),
-                                                 levelName, parameters);
+            parameters = treeModel_->insertNode(specialization->childCount(), parametersKey,
+                                                QString(), specialization);
+        modified->level =
+            treeModel_->insertNode(parameters->childCount(), levelKey, levelName, parameters);
     }
     changed_ = true;
-    Q_EMIT dataChanged(index(row, 0), index(row, columns - 1));
+    Q_EMIT dataChanged(index(row, 0), index(row, tableColumns - 1));
 }
 
 void TableModel::removeModuleRow(Row* rowObject)
@@ -340,7 +339,7 @@ void TableModel::removeRowsInside(TreeNode* specialization)
         endRemoveRows();
     }
     if (removed.forgetIn(*rows_.front()))
-        Q_EMIT dataChanged(index(0, 0), index(0, columns - 1));
+        Q_EMIT dataChanged(index(0, 0), index(0, tableColumns - 1));
 }
 
 void TableModel::forgetRemovedNodes(const QModelIndex& parent, int first, int last)
@@ -355,7 +354,7 @@ void TableModel::forgetRemovedNodes(const QModelIndex& parent, int first, int la
     for (const auto& row : rows_)
         forgotten = removed.forgetIn(*row) || forgotten;
     if (forgotten)
-        Q_EMIT dataChanged(index(0, 0), index(rowCount() - 1, columns - 1));
+        Q_EMIT dataChanged(index(0, 0), index(rowCount() - 1, tableColumns - 1));
 }
 
 } // namespace zuLogging

@@ -1,5 +1,6 @@
 #include "config/TreeModel.h"
 
+#include "config/DocumentKeys.h"
 #include "config/TableModel.h"
 
 #include <QString>
@@ -25,10 +26,11 @@ std::unique_ptr<TreeNode> makeRoot()
 
 void appendMembers(const PropertyTree& tree, TreeNode* node)
 {
+    static const QString element = elementKey; // all elements have the same one
     for (const auto& [key, subtree] : tree) {
         const bool isElement = key.empty() && subtree.data().empty();
-        TreeNode* child = node->appendChild(isElement ? QStringLiteral("+") : textOf(key),
-                                            textOf(subtree.data()));
+        TreeNode* child =
+            node->appendChild(isElement ? element : textOf(key), textOf(subtree.data()));
         appendMembers(subtree, child);
     }
 }

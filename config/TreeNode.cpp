@@ -1,5 +1,7 @@
 #include "config/TreeNode.h"
 
+#include "config/DocumentKeys.h"
+
 #include <QString>
 
 #include <algorithm>
@@ -14,10 +16,9 @@ namespace {
 constexpr int keyColumn = 0;
 constexpr int valueColumn = 1;
 
-bool isOneOf(const QString& key, std::initializer_list<const char*> names)
+bool isOneOf(const QString& key, std::initializer_list<QLatin1String> names)
 {
-    return std::any_of(names.begin(), names.end(),
-                       [&](const char* name) { return key == QLatin1String(name); });
+    return std::any_of(names.begin(), names.end(), [&](QLatin1String name) { return key == name; });
 }
 
 } // namespace
@@ -142,24 +143,24 @@ QString TreeNode::value() const
 TreeNode::Kind TreeNode::nodeKind() const
 {
     const QString ownKey = key();
-    if (ownKey == QLatin1String("parameters"))
+    if (ownKey == parametersKey)
         return ParameterSet;
-    if (ownKey == QLatin1String("specializations"))
+    if (ownKey == specializationsKey)
         return SpecializationList;
-    if (ownKey == QLatin1String("attributes"))
+    if (ownKey == attributesKey)
         return AttributeList;
-    if (ownKey == QLatin1String("+") && parent_ != nullptr) {
+    if (ownKey == elementKey && parent_ != nullptr) {
         const QString parentKey = parent_->key();
-        if (parentKey == QLatin1String("attributes"))
+        if (parentKey == attributesKey)
             return Attribute;
-        if (parentKey == QLatin1String("specializations"))
+        if (parentKey == specializationsKey)
             return Specialization;
     }
-    if (ownKey == QLatin1String("#"))
+    if (ownKey == commentKey)
         return Comment;
-    if (isOneOf(ownKey, {"id", "value", "op"}))
+    if (isOneOf(ownKey, {idKey, valueKey, opKey}))
         return AttributeField;
-    if (isOneOf(ownKey, {"level", "destination", "file"}))
+    if (isOneOf(ownKey, {levelKey, destinationKey, fileKey}))
         return ParameterField;
     return Plain;
 }

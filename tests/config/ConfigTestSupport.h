@@ -10,6 +10,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -75,6 +76,27 @@ inline QStringList rowsOf(const TableModel& table)
         rows.append(cells.join(QLatin1Char(':')));
     }
     return rows;
+}
+
+/// Nodes as lines, for a comparison that shows where two trees differ.
+inline QStringList dumpOf(const TreeNode* node, int depth = 0)
+{
+    QStringList lines;
+    for (int row = 0; row < node->childCount(); ++row) {
+        const TreeNode* child = node->child(row);
+        lines.append(QString(depth, QLatin1Char(' ')) + child->key() + QLatin1Char('=') +
+                     child->value());
+        lines += dumpOf(child, depth + 1);
+    }
+    return lines;
+}
+
+inline QStringList textList(std::initializer_list<const char*> texts)
+{
+    QStringList strings;
+    for (const char* text : texts)
+        strings.append(QString::fromUtf8(text));
+    return strings;
 }
 
 /// A module's specialization as the editor writes it.

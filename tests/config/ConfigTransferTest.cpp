@@ -120,19 +120,6 @@ TransferServer::Fault changed(int command, const std::function<void(PacketHeader
     };
 }
 
-/// Nodes as lines, for a comparison that shows where two trees differ.
-QStringList dumpOf(const TreeNode* node, int depth = 0)
-{
-    QStringList lines;
-    for (int row = 0; row < node->childCount(); ++row) {
-        const TreeNode* child = node->child(row);
-        lines.append(QString(depth, QLatin1Char(' ')) + child->key() + QLatin1Char('=') +
-                     child->value());
-        lines += dumpOf(child, depth + 1);
-    }
-    return lines;
-}
-
 } // namespace
 
 // Sizes.

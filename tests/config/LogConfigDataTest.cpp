@@ -61,14 +61,6 @@ std::string causeOf(const std::function<void()>& action)
     }
 }
 
-QStringList list(std::initializer_list<const char*> texts)
-{
-    QStringList strings;
-    for (const char* text : texts)
-        strings.append(QString::fromUtf8(text));
-    return strings;
-}
-
 } // namespace
 
 TEST(LogConfigData, ThereIsOneObjectAProcessMadeWhenTheServiceIsFirstFound)
@@ -100,14 +92,14 @@ TEST(LogConfigData, HasTwoEmptyModelsAndNothingModifiedAtFirst)
 TEST(LogConfigData, LevelNamesBeginsWithNoneAndEndsWithDebug)
 {
     EXPECT_EQ(LogConfigData::levelNames(),
-              list({"none", "fatal", "err", "warn", "info", "trace", "debug"}));
+              textList({"none", "fatal", "err", "warn", "info", "trace", "debug"}));
 }
 
 TEST(LogConfigData, TheOtherListsHaveTheirOrders)
 {
-    EXPECT_EQ(LogConfigData::destinationNames(), list({"none", "logsvc", "file"}));
-    EXPECT_EQ(LogConfigData::attributeIds(), list({"module", "process"}));
-    EXPECT_EQ(LogConfigData::attributeOps(), list({"in", "sub", "eq"}));
+    EXPECT_EQ(LogConfigData::destinationNames(), textList({"none", "logsvc", "file"}));
+    EXPECT_EQ(LogConfigData::attributeIds(), textList({"module", "process"}));
+    EXPECT_EQ(LogConfigData::attributeOps(), textList({"in", "sub", "eq"}));
 }
 
 TEST(LogConfigData, TheFixedModuleNamesFollowTheOnesOfTheService)
@@ -115,7 +107,7 @@ TEST(LogConfigData, TheFixedModuleNamesFollowTheOnesOfTheService)
     TransferServer server("{}", std::string("b\0a\0", 4));
     LogConfigData data;
     const QStringList expected =
-        list({"a", "b", "ARZ", "Brisket", "Corvane", "Dunmore", "Estrel", "Fenwick"});
+        textList({"a", "b", "ARZ", "Brisket", "Corvane", "Dunmore", "Estrel", "Fenwick"});
     EXPECT_EQ(data.moduleNames(), expected);
     EXPECT_EQ(data.lastModuleNames(), expected);
     server.setModules("");
@@ -126,8 +118,8 @@ TEST(LogConfigData, AServiceThatAlreadyReportsArzGetsNoSecondOne)
 {
     TransferServer server("{}", std::string("arz\0FENWICK\0Fenwick\0x", 21));
     LogConfigData data;
-    EXPECT_EQ(data.moduleNames(),
-              list({"FENWICK", "Fenwick", "arz", "x", "Brisket", "Corvane", "Dunmore", "Estrel"}));
+    EXPECT_EQ(data.moduleNames(), textList({"FENWICK", "Fenwick", "arz", "x", "Brisket", "Corvane",
+                                            "Dunmore", "Estrel"}));
 }
 
 TEST(LogConfigData, ModuleNamesAreUnicode)
@@ -159,7 +151,7 @@ TEST(LogConfigData, AnEmptyPathLoadsFromTheServiceAndRefreshesTheModules)
     TransferServer server(small, "m");
     LogConfigData data;
     EXPECT_EQ(data.loadConfiguration({}), QString());
-    EXPECT_EQ(rowsOf(*data.tableModel()), list({"default:warn", "A:info"}));
+    EXPECT_EQ(rowsOf(*data.tableModel()), textList({"default:warn", "A:info"}));
     EXPECT_EQ(data.treeModel()->rowCount(), 2);
     EXPECT_EQ(data.lastModuleNames().first(), QStringLiteral("m"));
     EXPECT_EQ(server.newCommands(), (std::vector<int>{33, 21, 17, 20, 35, 21, 17, 20}));
@@ -246,7 +238,7 @@ TEST(LogConfigData, ALoadLeavesTheModifiedFlag)
 TEST_F(LogConfigDataFile, AFileFillsTheModelsAndAsksNobody)
 {
     EXPECT_EQ(data.loadConfiguration(fileWith(small)), QString());
-    EXPECT_EQ(rowsOf(*data.tableModel()), list({"default:warn", "A:info"}));
+    EXPECT_EQ(rowsOf(*data.tableModel()), textList({"default:warn", "A:info"}));
     EXPECT_TRUE(server.newCommands().empty());
     EXPECT_TRUE(data.configurationTree().empty()) << "what was last transferred";
 }

@@ -19,21 +19,13 @@ QStringList rowsOfDocument(const std::string& json)
     return rowsOf(Document(json).table);
 }
 
-QStringList list(std::initializer_list<const char*> texts)
-{
-    QStringList strings;
-    for (const char* text : texts)
-        strings.append(QString::fromUtf8(text));
-    return strings;
-}
-
 } // namespace
 
 // Building.
 
 TEST(TableModel, ShowsTheDefaultLevelAndEachModuleWithItsOwnLevel)
 {
-    EXPECT_EQ(rowsOfDocument(twoModules), list({"default:warn", "A:info", "B:debug"}));
+    EXPECT_EQ(rowsOfDocument(twoModules), textList({"default:warn", "A:info", "B:debug"}));
 }
 
 TEST(TableModel, ADocumentWithNoLevelAnywhereGivesAnEmptyTable)
@@ -52,14 +44,14 @@ TEST(TableModel, ASpecializationWhoseAttributeHasIdProcessAddsNoTableRow)
                   documentOf("warn", R"({"attributes":[{"id":"process","value":"p"}],"parameters":)"
                                      R"({"level":"err"}},)" +
                                          specialization("A", "info"))),
-              list({"default:warn", "A:info"}));
+              textList({"default:warn", "A:info"}));
 }
 
 TEST(TableModel, OneWithIdModuleButNoValueAddsARowWithAnEmptyModuleCell)
 {
     EXPECT_EQ(rowsOfDocument(documentOf(
                   "warn", R"({"attributes":[{"id":"module"}],"parameters":{"level":"info"}})")),
-              list({"default:warn", "-:-"}));
+              textList({"default:warn", "-:-"}));
 }
 
 TEST(TableModel, Row0AlwaysReadsDefaultWhateverNodeItPointsTo)
@@ -67,12 +59,12 @@ TEST(TableModel, Row0AlwaysReadsDefaultWhateverNodeItPointsTo)
     // No level of its own stands before the first module: that one becomes row 0.
     Document document("{\"specializations\":[" + specialization("A", "info") + "," +
                       specialization("B", "debug") + "]}");
-    EXPECT_EQ(rowsOf(document.table), list({"default:info", "B:debug"}));
+    EXPECT_EQ(rowsOf(document.table), textList({"default:info", "B:debug"}));
     EXPECT_EQ(document.table.rowObject(0)->module->value(), QStringLiteral("A"));
     // And so where the document's parts stand the other way round.
     EXPECT_EQ(rowsOfDocument("{\"specializations\":[" + specialization("A", "info") +
                              R"(],"parameters":{"level":"warn"}})"),
-              list({"default:info"}));
+              textList({"default:info"}));
 }
 
 TEST(TableModel, TheLevelMayStandBeforeTheAttributes)
@@ -85,7 +77,7 @@ TEST(TableModel, TheLevelMayStandBeforeTheAttributes)
     EXPECT_EQ(rowsOfDocument(documentOf("warn", reversed("A", "info") + "," +
                                                     specialization("B", "debug") + "," +
                                                     reversed("C", "err"))),
-              list({"default:warn", "A:info", "B:debug", "C:err"}));
+              textList({"default:warn", "A:info", "B:debug", "C:err"}));
 }
 
 TEST(TableModel, TheLevelOfAProcessIsNotThatOfTheNextModule)
@@ -93,7 +85,7 @@ TEST(TableModel, TheLevelOfAProcessIsNotThatOfTheNextModule)
     // The module has no level of its own, and takes none from before it.
     EXPECT_EQ(rowsOfDocument(documentOf("warn", R"({"parameters":{"level":"err"}},)"
                                                 R"({"attributes":[{"id":"module","value":"A"}]})")),
-              list({"default:warn", "A:-"}));
+              textList({"default:warn", "A:-"}));
 }
 
 TEST(TableModel, ALevelGoesToAllRowsBeforeItThatHaveNone)
@@ -101,11 +93,11 @@ TEST(TableModel, ALevelGoesToAllRowsBeforeItThatHaveNone)
     EXPECT_EQ(rowsOfDocument(documentOf("warn", R"({"attributes":[{"id":"module","value":"A"},)"
                                                 R"({"id":"module","value":"B"}],)"
                                                 R"("parameters":{"level":"info"}})")),
-              list({"default:warn", "A:info", "B:info"}))
+              textList({"default:warn", "A:info", "B:info"}))
         << "two modules of one specialization";
     EXPECT_EQ(rowsOfDocument(documentOf("warn", R"({"attributes":[{"id":"module","value":"A"}]},)" +
                                                     specialization("B", "debug"))),
-              list({"default:warn", "A:debug", "B:debug"}));
+              textList({"default:warn", "A:debug", "B:debug"}));
 }
 
 TEST(TableModel, OnlyTheFirstLevelOfASpecializationCounts)
@@ -114,14 +106,14 @@ TEST(TableModel, OnlyTheFirstLevelOfASpecializationCounts)
                                                 R"("parameters":{"level":"info","level":"err"},)"
                                                 R"("attributes":[{"id":"module","value":"B"}]},)" +
                                                     specialization("C", "debug"))),
-              list({"default:warn", "A:info", "B:debug", "C:debug"}));
+              textList({"default:warn", "A:info", "B:debug", "C:debug"}));
 }
 
 TEST(TableModel, ASecondDefaultLevelIsNotShown)
 {
     EXPECT_EQ(rowsOfDocument(R"({"parameters":{"level":"warn","level":"err"},"specializations":[)" +
                              specialization("A", "info") + "]}"),
-              list({"default:warn", "A:info"}));
+              textList({"default:warn", "A:info"}));
 }
 
 TEST(TableModel, NestedSpecializationsHaveRowsInDocumentOrder)
@@ -130,7 +122,7 @@ TEST(TableModel, NestedSpecializationsHaveRowsInDocumentOrder)
                                specialization("A2", "err") + "]";
     EXPECT_EQ(rowsOfDocument(documentOf("warn", specialization("A", "info", nested) + "," +
                                                     specialization("B", "debug"))),
-              list({"default:warn", "A:info", "A1:trace", "A2:err", "B:debug"}));
+              textList({"default:warn", "A:info", "A1:trace", "A2:err", "B:debug"}));
 }
 
 TEST(TableModel, AProcessBesideAModuleInTheSameSpecializationChangesNothing)
@@ -140,14 +132,14 @@ TEST(TableModel, AProcessBesideAModuleInTheSameSpecializationChangesNothing)
                                         R"({"id":"module","op":"sub","value":"A"},)"
                                         R"({"id":"process","value":"q"}],)"
                                         R"("parameters":{"destination":"file","level":"info"}})")),
-              list({"default:warn", "A:info"}));
+              textList({"default:warn", "A:info"}));
 }
 
 TEST(TableModel, AValueBeforeItsIdIsNotTheModule)
 {
     EXPECT_EQ(rowsOfDocument(documentOf("warn", R"({"attributes":[{"value":"A","id":"module"}],)"
                                                 R"("parameters":{"level":"info"}})")),
-              list({"default:warn", "-:-"}));
+              textList({"default:warn", "-:-"}));
 }
 
 TEST(TableModel, BuildingAgainGivesTheSameRows)
@@ -156,7 +148,7 @@ TEST(TableModel, BuildingAgainGivesTheSameRows)
     Document document(
         documentOf("warn", specialization("A", "info") + R"(,{"attributes":[{"id":"module"}]})"));
     const QStringList rows = rowsOf(document.table);
-    EXPECT_EQ(rows, list({"default:warn", "A:info", "-:-"}));
+    EXPECT_EQ(rows, textList({"default:warn", "A:info", "-:-"}));
     for (int i = 0; i < 3; ++i)
         document.tree.rebuildTable();
     EXPECT_EQ(rowsOf(document.table), rows);
@@ -168,7 +160,7 @@ TEST(TableModel, BuildAddsToTheRowsInAReset)
     QSignalSpy reset(&document.table, &QAbstractItemModel::modelReset);
     document.table.build(document.node({1, 0}));
     EXPECT_EQ(reset.count(), 1);
-    EXPECT_EQ(rowsOf(document.table), list({"default:warn", "A:info", "B:debug", "A:info"}));
+    EXPECT_EQ(rowsOf(document.table), textList({"default:warn", "A:info", "B:debug", "A:info"}));
     document.table.build(nullptr);
     EXPECT_EQ(document.table.rowCount(), 4);
 }
@@ -186,10 +178,10 @@ TEST(TableModel, AssignLevelFillsEveryRowWithoutALevel)
 {
     Document document(documentOf("warn", R"({"attributes":[{"id":"module","value":"A"}]},)"
                                          R"({"attributes":[{"id":"module","value":"B"}]})"));
-    EXPECT_EQ(rowsOf(document.table), list({"default:warn", "A:-", "B:-"}));
+    EXPECT_EQ(rowsOf(document.table), textList({"default:warn", "A:-", "B:-"}));
     QSignalSpy changed(&document.table, &QAbstractItemModel::dataChanged);
     document.table.assignLevel(document.node({0, 0}));
-    EXPECT_EQ(rowsOf(document.table), list({"default:warn", "A:warn", "B:warn"}));
+    EXPECT_EQ(rowsOf(document.table), textList({"default:warn", "A:warn", "B:warn"}));
     EXPECT_EQ(changed.count(), 1);
 }
 
@@ -258,7 +250,7 @@ TEST(TableModel, ANewRowIsASiblingOfTheReferenceRowsSpecialization)
     QSignalSpy inserted(&document.table, &QAbstractItemModel::rowsInserted);
     QSignalSpy treeInserted(&document.tree, &QAbstractItemModel::rowsInserted);
     document.table.addModuleRow(2, QStringLiteral("C"), QStringLiteral("err"));
-    EXPECT_EQ(rowsOf(document.table), list({"default:warn", "A:info", "B:debug", "C:err"}));
+    EXPECT_EQ(rowsOf(document.table), textList({"default:warn", "A:info", "B:debug", "C:err"}));
     EXPECT_EQ(document.json(),
               documentOf("warn", specialization("A", "info") + "," + specialization("B", "debug") +
                                      "," + specialization("C", "err")));
@@ -268,7 +260,7 @@ TEST(TableModel, ANewRowIsASiblingOfTheReferenceRowsSpecialization)
     EXPECT_TRUE(document.table.isChanged());
     EXPECT_TRUE(document.tree.isChanged());
     document.tree.rebuildTable();
-    EXPECT_EQ(rowsOf(document.table), list({"default:warn", "A:info", "B:debug", "C:err"}));
+    EXPECT_EQ(rowsOf(document.table), textList({"default:warn", "A:info", "B:debug", "C:err"}));
 }
 
 TEST(TableModel, ANewRowBesideANestedOneIsNestedThere)
@@ -285,7 +277,7 @@ TEST(TableModel, ANewRowBesideANestedOneIsNestedThere)
     document.table.addModuleRow(0, QStringLiteral("O"), QStringLiteral("fatal"));
     EXPECT_EQ(document.node({1})->childCount(), 2);
     EXPECT_EQ(rowsOf(document.table),
-              list({"default:warn", "A:info", "A1:trace", "N:err", "O:fatal"}));
+              textList({"default:warn", "A:info", "A1:trace", "N:err", "O:fatal"}));
 }
 
 TEST(TableModel, WithTheDefaultRowOnlyANewListIsMadeEvenBesideAnotherOne)
@@ -307,7 +299,7 @@ TEST(TableModel, ARowOutOfRangeStandsForRow0)
     document.table.addModuleRow(-1, QStringLiteral("C"), QStringLiteral("err"));
     document.table.addModuleRow(99, QStringLiteral("D"), QStringLiteral("err"));
     EXPECT_EQ(document.tree.rowCount(), 4) << "two lists more";
-    EXPECT_EQ(rowsOf(document.table).mid(3), list({"C:err", "D:err"}));
+    EXPECT_EQ(rowsOf(document.table).mid(3), textList({"C:err", "D:err"}));
 }
 
 TEST(TableModel, ANewRowFindsAListAlsoWhereTheReferenceHasNoLevel)
@@ -315,7 +307,7 @@ TEST(TableModel, ANewRowFindsAListAlsoWhereTheReferenceHasNoLevel)
     Document document(documentOf("warn", R"({"attributes":[{"id":"module"}]})"));
     document.table.addModuleRow(1, QStringLiteral("C"), QStringLiteral("err"));
     EXPECT_EQ(document.node({1})->childCount(), 2);
-    EXPECT_EQ(rowsOf(document.table), list({"default:warn", "-:-", "C:err"}));
+    EXPECT_EQ(rowsOf(document.table), textList({"default:warn", "-:-", "C:err"}));
 }
 
 TEST(TableModel, ANewRowInAnEmptyOrOddDocumentGoesToAListOfItsOwn)
@@ -341,7 +333,7 @@ TEST(TableModel, AModifiedRowIsAnnouncedInBothModels)
     QSignalSpy tableChanged(&document.table, &QAbstractItemModel::dataChanged);
     QSignalSpy treeChanged(&document.tree, &QAbstractItemModel::dataChanged);
     document.table.modifyRow(2, QStringLiteral("X"), QStringLiteral("err"));
-    EXPECT_EQ(rowsOf(document.table), list({"default:warn", "A:info", "X:err"}));
+    EXPECT_EQ(rowsOf(document.table), textList({"default:warn", "A:info", "X:err"}));
     EXPECT_EQ(document.json(),
               documentOf("warn", specialization("A", "info") + "," + specialization("X", "err")));
     ASSERT_EQ(tableChanged.count(), 1);
@@ -357,7 +349,7 @@ TEST(TableModel, TheDefaultRowHasALevelOnly)
 {
     Document document(twoModules);
     document.table.modifyRow(0, QStringLiteral("ignored"), QStringLiteral("fatal"));
-    EXPECT_EQ(rowsOf(document.table), list({"default:fatal", "A:info", "B:debug"}));
+    EXPECT_EQ(rowsOf(document.table), textList({"default:fatal", "A:info", "B:debug"}));
     EXPECT_EQ(document.json(), documentOf("fatal", specialization("A", "info") + "," +
                                                        specialization("B", "debug")));
 }
@@ -369,7 +361,7 @@ TEST(TableModel, ModifyingAddsTheModuleAndTheLevelThatARowDoesNotHave)
                                          R"("parameters":{"file":"f"}})"));
     document.table.modifyRow(1, QStringLiteral("A"), QStringLiteral("info"));
     document.table.modifyRow(2, QStringLiteral("B"), QStringLiteral("debug"));
-    const QStringList rows = list({"default:warn", "A:info", "B:debug"});
+    const QStringList rows = textList({"default:warn", "A:info", "B:debug"});
     EXPECT_EQ(rowsOf(document.table), rows);
     EXPECT_EQ(document.json(),
               documentOf("warn", specialization("A", "info") +
@@ -408,7 +400,7 @@ TEST(TableModel, ARemovedRowTakesItsSpecializationAlong)
     Document document(twoModules);
     QSignalSpy removed(&document.table, &QAbstractItemModel::rowsRemoved);
     document.table.removeModuleRow(document.table.rowObject(1));
-    EXPECT_EQ(rowsOf(document.table), list({"default:warn", "B:debug"}));
+    EXPECT_EQ(rowsOf(document.table), textList({"default:warn", "B:debug"}));
     EXPECT_EQ(document.json(), documentOf("warn", specialization("B", "debug")));
     EXPECT_EQ(removed.count(), 1);
     EXPECT_TRUE(document.table.isChanged());
@@ -420,7 +412,7 @@ TEST(TableModel, RemovingTheLastSpecializationAlsoRemovesTheThenEmptyList)
     Document document(twoModules);
     document.table.removeModuleRow(document.table.rowObject(2));
     document.table.removeModuleRow(document.table.rowObject(1));
-    EXPECT_EQ(rowsOf(document.table), list({"default:warn"}));
+    EXPECT_EQ(rowsOf(document.table), textList({"default:warn"}));
     EXPECT_EQ(document.json(), R"({"parameters":{"level":"warn"}})");
 }
 
@@ -432,7 +424,7 @@ TEST(TableModel, TheRowsOfNestedSpecializationsGoWithTheOuterOne)
                                              specialization("B", "debug")));
     QSignalSpy removed(&document.table, &QAbstractItemModel::rowsRemoved);
     document.table.removeModuleRow(document.table.rowObject(1));
-    EXPECT_EQ(rowsOf(document.table), list({"default:warn", "B:debug"}));
+    EXPECT_EQ(rowsOf(document.table), textList({"default:warn", "B:debug"}));
     EXPECT_EQ(document.json(), documentOf("warn", specialization("B", "debug")));
     EXPECT_EQ(removed.count(), 3);
 }
@@ -442,7 +434,7 @@ TEST(TableModel, RemovingTheLastNestedOneLeavesTheOuterOne)
     const std::string nested = R"(,"specializations":[)" + specialization("A1", "trace") + "]";
     Document document(documentOf("warn", specialization("A", "info", nested)));
     document.table.removeModuleRow(document.table.rowObject(2));
-    EXPECT_EQ(rowsOf(document.table), list({"default:warn", "A:info"}));
+    EXPECT_EQ(rowsOf(document.table), textList({"default:warn", "A:info"}));
     EXPECT_EQ(document.json(), documentOf("warn", specialization("A", "info")));
 }
 
@@ -463,9 +455,9 @@ TEST(TableModel, Row0StaysWithoutItsNodesWhenTheyGoWithAnother)
     // The first module has no level and shows the second one's.
     Document document(R"({"specializations":[{"attributes":[{"id":"module","value":"A"}]},)" +
                       specialization("B", "debug") + "]}");
-    EXPECT_EQ(rowsOf(document.table), list({"default:debug", "B:debug"}));
+    EXPECT_EQ(rowsOf(document.table), textList({"default:debug", "B:debug"}));
     document.table.removeModuleRow(document.table.rowObject(1));
-    EXPECT_EQ(rowsOf(document.table), list({"default:-"}));
+    EXPECT_EQ(rowsOf(document.table), textList({"default:-"}));
     EXPECT_EQ(document.table.rowObject(0)->level, nullptr);
     EXPECT_EQ(document.json(),
               R"({"specializations":[{"attributes":[{"id":"module","value":"A"}]}]})");
@@ -476,9 +468,9 @@ TEST(TableModel, ARowThatShowsTheNextOnesLevelGoesWithIt)
     Document document(documentOf("warn", R"({"attributes":[{"id":"module","value":"A"}]},)" +
                                              specialization("B", "debug")));
     document.table.removeModuleRow(document.table.rowObject(2));
-    EXPECT_EQ(rowsOf(document.table), list({"default:warn"}));
+    EXPECT_EQ(rowsOf(document.table), textList({"default:warn"}));
     document.tree.rebuildTable();
-    EXPECT_EQ(rowsOf(document.table), list({"default:warn", "A:-"}));
+    EXPECT_EQ(rowsOf(document.table), textList({"default:warn", "A:-"}));
 }
 
 TEST(TableModel, ARowWithoutALevelIsRemovedWithItsOwnSpecialization)
@@ -486,9 +478,9 @@ TEST(TableModel, ARowWithoutALevelIsRemovedWithItsOwnSpecialization)
     Document document(documentOf("warn", specialization("A", "info") +
                                              R"(,{"attributes":[{"id":"module"}]},)"
                                              R"({"attributes":[{"id":"module","value":"C"}]})"));
-    EXPECT_EQ(rowsOf(document.table), list({"default:warn", "A:info", "-:-", "C:-"}));
+    EXPECT_EQ(rowsOf(document.table), textList({"default:warn", "A:info", "-:-", "C:-"}));
     document.table.removeModuleRow(document.table.rowObject(2));
-    EXPECT_EQ(rowsOf(document.table), list({"default:warn", "A:info", "C:-"}));
+    EXPECT_EQ(rowsOf(document.table), textList({"default:warn", "A:info", "C:-"}));
     document.table.removeModuleRow(document.table.rowObject(2));
     EXPECT_EQ(document.json(), documentOf("warn", specialization("A", "info")));
 }
@@ -496,9 +488,9 @@ TEST(TableModel, ARowWithoutALevelIsRemovedWithItsOwnSpecialization)
 TEST(TableModel, ARowThatLiesInNoSpecializationIsTakenOutOfTheTable)
 {
     Document document(R"({"level":"info","id":"module","value":"A"})");
-    EXPECT_EQ(rowsOf(document.table), list({"default:info", "A:-"}));
+    EXPECT_EQ(rowsOf(document.table), textList({"default:info", "A:-"}));
     document.table.removeModuleRow(document.table.rowObject(1));
-    EXPECT_EQ(rowsOf(document.table), list({"default:info"}));
+    EXPECT_EQ(rowsOf(document.table), textList({"default:info"}));
     EXPECT_EQ(document.tree.rowCount(), 3);
 }
 
@@ -522,12 +514,12 @@ TEST(TableModel, BetweenARemovalInTheTreeAndTheNextBuildNoCellPointsToWhatIsGone
     Document document(twoModules);
     QSignalSpy changed(&document.table, &QAbstractItemModel::dataChanged);
     document.tree.removeRows(0, 1, document.index({1}));
-    EXPECT_EQ(rowsOf(document.table), list({"default:warn", "-:-", "B:debug"}));
+    EXPECT_EQ(rowsOf(document.table), textList({"default:warn", "-:-", "B:debug"}));
     EXPECT_EQ(changed.count(), 1);
     document.tree.removeRows(0, 1, document.index({0}));
-    EXPECT_EQ(rowsOf(document.table), list({"default:-", "-:-", "B:debug"}));
+    EXPECT_EQ(rowsOf(document.table), textList({"default:-", "-:-", "B:debug"}));
     document.tree.rebuildTable();
-    EXPECT_EQ(rowsOf(document.table), list({"default:debug"}));
+    EXPECT_EQ(rowsOf(document.table), textList({"default:debug"}));
 }
 
 TEST(TableModel, AnEditInTheTreeIsSeenAfterTheRebuild)
@@ -535,5 +527,5 @@ TEST(TableModel, AnEditInTheTreeIsSeenAfterTheRebuild)
     Document document(twoModules);
     document.tree.setValue(document.node({1, 0, 0, 0, 0}), QStringLiteral("process"));
     document.tree.rebuildTable();
-    EXPECT_EQ(rowsOf(document.table), list({"default:warn", "B:debug"}));
+    EXPECT_EQ(rowsOf(document.table), textList({"default:warn", "B:debug"}));
 }

@@ -52,6 +52,17 @@ public:
         const std::lock_guard<std::mutex> lock(faultMutex_);
         fault_ = std::move(fault);
     }
+    /// Negative acknowledges for this command, and for no other, from now on.
+    void refuse(LogClientCommand command)
+    {
+        setFault([command](FakeLogServer& server, const Request& request) {
+            if (request.header().command != static_cast<int>(command))
+                return false;
+            server.acknowledge(request, {}, PacketStatus::Failed);
+            return true;
+        });
+    }
+    void refuseNothing() { setFault({}); }
     void setConfiguration(std::string text)
     {
         const std::lock_guard<std::mutex> lock(mutex_);
@@ -79,6 +90,12 @@ public:
         const std::vector<int> fresh(all.begin() + seen_, all.end());
         seen_ = static_cast<std::ptrdiff_t>(all.size());
         return fresh;
+    }
+    /// How often a command was sent.
+    int count(LogClientCommand command) const
+    {
+        const std::vector<int> all = server_.commands();
+        return static_cast<int>(std::count(all.begin(), all.end(), static_cast<int>(command)));
     }
     /// The peer below: what it received, and its address.
     FakeLogServer& peer() { return server_; }

@@ -41,18 +41,6 @@ std::string saved(const std::string& json)
     return Document(json).json();
 }
 
-QStringList dumpOf(const TreeNode* node, int depth = 0)
-{
-    QStringList lines;
-    for (int row = 0; row < node->childCount(); ++row) {
-        const TreeNode* child = node->child(row);
-        lines.append(QString(depth, QLatin1Char(' ')) + child->key() + QLatin1Char('=') +
-                     child->value());
-        lines += dumpOf(child, depth + 1);
-    }
-    return lines;
-}
-
 } // namespace
 
 // Document to nodes.
