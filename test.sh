@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds with every warning an error and runs every test; then the tests
-# again under the sanitizers. Needs no display.
+# again under the sanitizers, and a minute of each fuzz target. Needs no display.
 set -euo pipefail
 cd "$(dirname "$0")"
 . scripts/build-environment.sh
@@ -18,7 +18,8 @@ echo "== Tests under the address and undefined behaviour sanitizers"
 build_preset asan
 ctest --preset asan -j "$(nproc)" -LE endurance
 
-# And without those in which Qt has threads of its own at work, for files, pictures and windows.
 echo "== Tests under the thread sanitizer"
 build_preset tsan
-ctest --preset tsan -j "$(nproc)" -LE 'endurance|e2e' -E '^app_test$'
+ctest --preset tsan -j "$(nproc)" -LE endurance
+
+./fuzz.sh --seconds 60

@@ -1,6 +1,7 @@
 #include "logging/LogMessage.h"
 #include "store/LogTableModel.h"
 #include "tests/app/AppFixture.h"
+#include "tests/app/Browser.h"
 #include "view/FilterDialog.h"
 #include "view/FindDialog.h"
 #include "view/GoToDialog.h"
@@ -9,7 +10,6 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QComboBox>
-#include <QDesktopServices>
 #include <QHeaderView>
 #include <QMenu>
 #include <QMenuBar>
@@ -17,7 +17,6 @@
 #include <QSignalSpy>
 #include <QSpinBox>
 #include <QTest>
-#include <QUrl>
 
 using namespace zuLogging;
 using namespace zuLogging::test;
@@ -67,21 +66,6 @@ void dump(const QMenu& menu, const QString& indent, QStringList& lines)
             dump(*entry->menu(), indent + QStringLiteral("  "), lines);
     }
 }
-
-/// Takes the addresses that the program opens in the browser.
-class Browser : public QObject
-{
-    Q_OBJECT
-
-public:
-    Browser() { QDesktopServices::setUrlHandler(QStringLiteral("https"), this, "open"); }
-    ~Browser() override { QDesktopServices::unsetUrlHandler(QStringLiteral("https")); }
-
-    QList<QUrl> opened;
-
-public Q_SLOTS:
-    void open(const QUrl& url) { opened.append(url); }
-};
 
 } // namespace
 
@@ -608,5 +592,3 @@ TEST_F(MainMenu, ExitClosesTheWindow)
     action("E&xit")->trigger();
     EXPECT_FALSE(holder->isVisible());
 }
-
-#include "MainMenuTest.moc"

@@ -1,9 +1,9 @@
 #include "app/UserGuide.h"
 #include "app/MarkdownHtml.h"
 #include "tests/app/AppFixture.h"
+#include "tests/app/Browser.h"
 #include "tests/support/TestEnvironment.h"
 
-#include <QDesktopServices>
 #include <QDir>
 #include <QFile>
 #include <QRegularExpression>
@@ -213,21 +213,6 @@ TEST_F(UserGuideTest, ItIsLookedForWhereItIsInstalledAndInTheSources)
                     .contains(QStringLiteral("/home/me/logdesk/docs")));
 }
 
-/// Stands where the desktop stands that opens addresses.
-class Opener : public QObject
-{
-    Q_OBJECT
-
-public:
-    Opener() { QDesktopServices::setUrlHandler(QStringLiteral("https"), this, "open"); }
-    ~Opener() override { QDesktopServices::unsetUrlHandler(QStringLiteral("https")); }
-
-    QList<QUrl> opened;
-
-public Q_SLOTS:
-    void open(const QUrl& url) { opened.append(url); }
-};
-
 UserGuide* guideOf(MainView& window)
 {
     return window.findChild<UserGuide*>(QString(), Qt::FindDirectChildrenOnly);
@@ -236,11 +221,11 @@ UserGuide* guideOf(MainView& window)
 TEST_F(UserGuideTest, TheOneInTheNetIsOpenedWhereThatIsPossible)
 {
     MainView& window = openWindow();
-    const Opener opener;
+    const Browser browser;
     QMetaObject::invokeMethod(&window, "openHelp");
-    ASSERT_EQ(opener.opened.size(), 1);
-    EXPECT_TRUE(opener.opened.first().path().contains(QStringLiteral("/3.1/")))
-        << opener.opened.first().toString().toStdString();
+    ASSERT_EQ(browser.opened.size(), 1);
+    EXPECT_TRUE(browser.opened.first().path().contains(QStringLiteral("/3.1/")))
+        << browser.opened.first().toString().toStdString();
     EXPECT_EQ(guideOf(window), nullptr);
 }
 
@@ -265,5 +250,3 @@ TEST_F(UserGuideTest, TheOneOnThisMachineIsShownWhereItIsNot)
 
 } // namespace
 } // namespace zuLogging::test
-
-#include "UserGuideTest.moc"

@@ -35,9 +35,12 @@ QStringList blocks(const QString& markdown, const char* language)
     return texts;
 }
 
-LoggingRules rulesOf(const QString& json)
+/// The rules of one of the `count` configurations that are a page's JSON examples.
+LoggingRules rulesOfExample(const char* pageName, int count, int number)
 {
-    return LoggingRules(readPropertyTreeObject(json.toStdString()));
+    const QStringList examples = blocks(page(pageName), "json");
+    EXPECT_EQ(examples.size(), count);
+    return LoggingRules(readPropertyTreeObject(examples.value(number).toStdString()));
 }
 
 bool isLogged(const LoggingRules& rules, const char* module, const char* process, LogLevel level)
@@ -48,9 +51,7 @@ bool isLogged(const LoggingRules& rules, const char* module, const char* process
 
 TEST(UserGuideExamples, LessOfEverythingMoreOfOne)
 {
-    const QStringList examples = blocks(page("user-guide.md"), "json");
-    ASSERT_EQ(examples.size(), 2);
-    const LoggingRules rules = rulesOf(examples.at(0));
+    const LoggingRules rules = rulesOfExample("user-guide.md", 2, 0);
     EXPECT_FALSE(isLogged(rules, "Other", "", LogLevel::Info));
     EXPECT_TRUE(isLogged(rules, "Other", "", LogLevel::Warn));
     EXPECT_TRUE(isLogged(rules, "Backup", "", LogLevel::Debug));
@@ -58,9 +59,7 @@ TEST(UserGuideExamples, LessOfEverythingMoreOfOne)
 
 TEST(UserGuideExamples, AFileForTheErrorsOfOneProgram)
 {
-    const QStringList examples = blocks(page("user-guide.md"), "json");
-    ASSERT_EQ(examples.size(), 2);
-    const LoggingRules rules = rulesOf(examples.at(1));
+    const LoggingRules rules = rulesOfExample("user-guide.md", 2, 1);
     EXPECT_TRUE(isLogged(rules, "any", "other", LogLevel::Debug));
     EXPECT_FALSE(isLogged(rules, "any", "backupd", LogLevel::Warn));
     EXPECT_TRUE(isLogged(rules, "any", "backupd", LogLevel::Err));
@@ -71,9 +70,7 @@ TEST(UserGuideExamples, AFileForTheErrorsOfOneProgram)
 
 TEST(ProtocolPage, TheConfigurationIsOne)
 {
-    const QStringList examples = blocks(page("protocol.md"), "json");
-    ASSERT_EQ(examples.size(), 1);
-    const LoggingRules rules = rulesOf(examples.first());
+    const LoggingRules rules = rulesOfExample("protocol.md", 1, 0);
     EXPECT_FALSE(isLogged(rules, "Other", "", LogLevel::Debug));
     EXPECT_TRUE(isLogged(rules, "Backup", "", LogLevel::Debug));
 }
