@@ -265,8 +265,9 @@ bool plainUpload(Transcript& transcript, const std::string& text)
 
 void transfer(fuzz::FuzzInput& input, bool isUpload)
 {
-    static Peer peer;
-    static LogClient client(peer.address());
+    // New ones each time: on a busy machine a request of an earlier transfer may still be under way.
+    Peer peer;
+    LogClient client(peer.address());
     const std::string text(isUpload ? input.number(2) % 5000 : 0, 'x');
     std::deque<Bytes> answers;
     while (!input.isEmpty() && answers.size() < 20) {
