@@ -117,28 +117,26 @@ protected:
     }
 };
 
-using Test = WindowClosedDuringLongWork;
-
 const LongWork works[] = {
     {"Sort",
-     [](Test& t) {
+     [](WindowClosedDuringLongWork& t) {
          t.view().table()->horizontalHeader()->setSortIndicator(11, Qt::AscendingOrder);
      }},
     {"Filter",
-     [](Test& t) {
+     [](WindowClosedDuringLongWork& t) {
          t.view().filterDialog()->filterText()->setText(QStringLiteral("odd"));
          t.view().filterDialog()->addIncludeFilter();
          t.view().filterDialog()->accept();
      }},
-    {"Copy", [](Test& t) { t.view().messageViewClipboardClicked(); }},
-    {"Load", [](Test& t) { t.view().openLogFiles({t.path("log.json")}); }},
+    {"Copy", [](WindowClosedDuringLongWork& t) { t.view().messageViewClipboardClicked(); }},
+    {"Load", [](WindowClosedDuringLongWork& t) { t.view().openLogFiles({t.path("log.json")}); }},
     {"SaveAsJson",
-     [](Test& t) {
+     [](WindowClosedDuringLongWork& t) {
          chooseNext(t.holder.get(), t.path("kept.json"));
          t.view().saveLogMessagesToJSONClicked();
      }},
     {"SaveAsText",
-     [](Test& t) {
+     [](WindowClosedDuringLongWork& t) {
          chooseNext(t.holder.get(), t.path("kept.txt"));
          t.view().messageViewSaveClicked();
      }},
