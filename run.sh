@@ -69,10 +69,10 @@ started+=($!)
 
 window=$(timeout 60 xdotool search --sync --onlyvisible --name '^Arvenza LogDesk$' | head -n 1)
 xdotool windowfocus --sync "$window"
-# The Log menu's first entry is "Start logging".
+# The menu opens with its first entry chosen, "Start logging".
 xdotool key --clearmodifiers alt+l
 sleep 0.5
-xdotool key Down Return
+xdotool key Return
 sleep 5
 import -window root "$screenshot"
 echo "== Screenshot of the live table: $screenshot"
