@@ -20,27 +20,26 @@ namespace zuLogging::test {
 class AccessibilityBus
 {
 public:
-    /// `display`: of the X server on which the programs are shown.
+    /// `display`: of the X server on which the programs are shown. It has to keep what is on its
+    /// root, as VirtualDisplay does.
     explicit AccessibilityBus(const QString& display)
         : environment_(QProcessEnvironment::systemEnvironment())
     {
         // By which the bus' children are known again.
         environment_.insert(mark(), QString::fromStdString(connectionName()));
-        // No display: the accessibility bus would offer itself there as well.
-        environment_.remove(QStringLiteral("DISPLAY"));
+        environment_.insert(QStringLiteral("DISPLAY"), display);
         bus_.setProcessEnvironment(environment_);
         bus_.start(QStringLiteral("dbus-daemon"),
                    {QStringLiteral("--session"), QStringLiteral("--nofork"),
                     QStringLiteral("--print-address")});
         if (waitFor([this] { return bus_.canReadLine(); }))
             session_ = QString::fromLocal8Bit(bus_.readLine()).trimmed();
-        environment_.insert(QStringLiteral("DISPLAY"), display);
         environment_.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), session_);
     }
 
-    /// Has the session bus start the accessibility bus. To be called when the programs are shown:
-    /// one that finds it there at its start connects to it late, and Qt's bridge may by then have
-    /// put its objects nowhere. False where there is none.
+    /// Has the session bus start the accessibility bus, which then writes its address on the
+    /// display's root as well: there Qt 5 finds it before it puts its objects anywhere, while what
+    /// it asks the session bus is answered too late for that. False where there is none.
     bool open()
     {
         const QDBusConnection connection = QDBusConnection::connectToBus(session_, sessionName());

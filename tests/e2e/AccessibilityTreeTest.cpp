@@ -13,6 +13,7 @@
 
 #include <functional>
 #include <optional>
+#include <tuple>
 
 namespace zuLogging::test {
 namespace {
@@ -26,7 +27,14 @@ struct Language
     const char* table;
 };
 
-class AccessibilityTree : public ::testing::TestWithParam<Language>
+/// Whether the reader, and with it the bus, is there before the program or comes to it.
+enum class Reader
+{
+    First,
+    Later
+};
+
+class AccessibilityTree : public ::testing::TestWithParam<std::tuple<Language, Reader>>
 {
 protected:
     void SetUp() override
@@ -36,9 +44,12 @@ protected:
         ASSERT_FALSE(display_.name().isEmpty()) << "no Xvfb";
         bus_.emplace(display_.name());
         ASSERT_TRUE(service_.start());
+        if (reader() == Reader::First) {
+            ASSERT_TRUE(bus_->open()) << bus_->error().toStdString();
+        }
         QProcessEnvironment environment = environmentOn(display_.name(), bus_->environment());
         environment.insert(QStringLiteral("QT_LINUX_ACCESSIBILITY_ALWAYS_ON"), QStringLiteral("1"));
-        environment.insert(QStringLiteral("LANGUAGE"), QLatin1String(GetParam().code));
+        environment.insert(QStringLiteral("LANGUAGE"), QLatin1String(language().code));
         program_.setProcessEnvironment(environment);
         program_.start(programPath(QStringLiteral("logdesk")), QStringList());
         ASSERT_TRUE(program_.waitForStarted());
@@ -49,7 +60,9 @@ protected:
                       QStringLiteral("--onlyvisible"), QStringLiteral("--name"),
                       QStringLiteral("Arvenza LogDesk")});
         ASSERT_TRUE(search.waitForFinished(20000)) << "no window";
-        ASSERT_TRUE(bus_->open()) << bus_->error().toStdString();
+        if (reader() == Reader::Later) {
+            ASSERT_TRUE(bus_->open()) << bus_->error().toStdString();
+        }
         connection_.emplace(
             QDBusConnection::connectToBus(bus_->address(), QStringLiteral("accessibility-test")));
         ASSERT_TRUE(connection_->isConnected());
@@ -71,6 +84,9 @@ protected:
         bus_.reset();
         EXPECT_TRUE(AccessibilityBus::children().isEmpty()) << "something still runs";
     }
+
+    static Reader reader() { return std::get<Reader>(GetParam()); }
+    static const Language& language() { return std::get<Language>(GetParam()); }
 
     /// The main window; null while it is not there. Its program is looked for among the
     /// connections.
@@ -142,14 +158,14 @@ TEST_P(AccessibilityTree, HasNoControlWithoutAName)
         left);
     EXPECT_TRUE(whole) << "more than " << mostObjects << " objects";
     EXPECT_GE(focusable, 8) << "the buttons of the tool bar, the filter box and the table";
-    EXPECT_FALSE(find(AccessibleObject::MenuItem, GetParam().fileMenu).isNull());
+    EXPECT_FALSE(find(AccessibleObject::MenuItem, language().fileMenu).isNull());
 }
 
 TEST_P(AccessibilityTree, LoggingIsStartedAndAMessageIsRead)
 {
-    const AccessibleObject start = find(AccessibleObject::MenuItem, GetParam().start);
-    const AccessibleObject stop = find(AccessibleObject::PushButton, GetParam().stop);
-    const AccessibleObject table = find(AccessibleObject::Table, GetParam().table);
+    const AccessibleObject start = find(AccessibleObject::MenuItem, language().start);
+    const AccessibleObject stop = find(AccessibleObject::PushButton, language().stop);
+    const AccessibleObject table = find(AccessibleObject::Table, language().table);
     ASSERT_FALSE(start.isNull());
     ASSERT_FALSE(stop.isNull());
     ASSERT_FALSE(table.isNull());
@@ -171,12 +187,18 @@ TEST_P(AccessibilityTree, LoggingIsStartedAndAMessageIsRead)
     EXPECT_TRUE(waitFor([&] { return !stop.has(AccessibleObject::Enabled); }));
 }
 
-INSTANTIATE_TEST_SUITE_P(Languages, AccessibilityTree,
-                         ::testing::Values(Language{"en", "File", "Start logging", "Stop logging",
-                                                    "Log messages"},
-                                           Language{"de", "Datei", "Logging starten",
-                                                    "Logging beenden", "Log-Meldungen"}),
-                         [](const auto& param) { return std::string(param.param.code); });
+INSTANTIATE_TEST_SUITE_P(
+    LanguagesAndReaders, AccessibilityTree,
+    ::testing::Combine(::testing::Values(Language{"en", "File", "Start logging", "Stop logging",
+                                                  "Log messages"},
+                                         Language{"de", "Datei", "Logging starten",
+                                                  "Logging beenden", "Log-Meldungen"}),
+                       ::testing::Values(Reader::First, Reader::Later)),
+    [](const auto& param) {
+        const bool first = std::get<Reader>(param.param) == Reader::First;
+        return std::string(std::get<Language>(param.param).code) +
+               (first ? "ReaderFirst" : "ReaderLater");
+    });
 
 } // namespace
 } // namespace zuLogging::test

@@ -14,10 +14,13 @@ class VirtualDisplay
 public:
     VirtualDisplay()
     {
+        // -noreset: what a program leaves on the display stays there when it was the last one, as
+        // on a desktop, where one always runs.
         server_.start(QStringLiteral("Xvfb"),
                       {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-screen"),
                        QStringLiteral("0"), QStringLiteral("1280x900x24"),
-                       QStringLiteral("-nolisten"), QStringLiteral("tcp")});
+                       QStringLiteral("-nolisten"), QStringLiteral("tcp"),
+                       QStringLiteral("-noreset")});
         if (waitFor([this] { return server_.canReadLine(); }))
             name_ = QLatin1Char(':') + QString::fromLatin1(server_.readLine()).trimmed();
     }
