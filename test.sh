@@ -13,13 +13,12 @@ build_preset ci
 echo "== All tests"
 ctest --preset ci -j "$(nproc)"
 
-# Without the long ones, which measure what they do to a machine.
 echo "== Tests under the address and undefined behaviour sanitizers"
 build_preset asan
-ctest --preset asan -j "$(nproc)" -LE endurance
+ctest --preset asan -j "$(nproc)"
 
 echo "== Tests under the thread sanitizer"
 build_preset tsan
-ctest --preset tsan -j "$(nproc)" -LE endurance
+ctest --preset tsan -j "$(nproc)"
 
 ./fuzz.sh --seconds 60
