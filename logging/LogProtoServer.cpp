@@ -22,6 +22,10 @@ constexpr std::chrono::milliseconds idlePeriod(2000);
 constexpr std::chrono::microseconds streamPause(200);
 /// Arrivals that are no further apart make a stream.
 constexpr std::chrono::microseconds streamGap(500);
+/// A thread that goes before all others and always finds more keeps whoever shares its processor
+/// standing, up to a quarter of a second was measured: it rests after a while.
+constexpr std::chrono::milliseconds longestRun(10);
+constexpr std::chrono::milliseconds rest(1);
 /// More than the socket's receive buffer holds.
 constexpr int maximumLastBatches = 64;
 
@@ -131,7 +135,7 @@ void LogProtoServer<Protocol>::stop()
 template <class Protocol>
 void LogProtoServer<Protocol>::run()
 {
-    platform::raiseCurrentThreadPriority();
+    goesFirst_ = platform::raiseCurrentThreadPriority();
     int failuresInARow = 0;
     while (running_.load()) {
         bool failed = false;
@@ -226,6 +230,7 @@ void LogProtoServer<Protocol>::sendAnswers()
 template <class Protocol>
 bool LogProtoServer<Protocol>::receiveArrived()
 {
+    auto begin = std::chrono::steady_clock::now();
     while (running_.load()) {
         switch (socket_.receive(buffers_->arrived)) {
         case platform::ReceiveResult::Datagram:
@@ -239,6 +244,10 @@ bool LogProtoServer<Protocol>::receiveArrived()
         // The wait tells sooner than another empty receive that nothing more is there.
         if (handleBatch() < batchCapacity)
             return true;
+        if (goesFirst_ && std::chrono::steady_clock::now() - begin > longestRun) {
+            std::this_thread::sleep_for(rest);
+            begin = std::chrono::steady_clock::now();
+        }
     }
     return true;
 }

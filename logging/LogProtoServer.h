@@ -136,6 +136,7 @@ private:
     std::optional<SocketAddress> sender_; ///< of the request being handled
     bool isAnsweredLater_ = false;        ///< that request
     bool letsStreamsGather_ = false;
+    bool goesFirst_ = false;          ///< the receiving thread has a priority above the ordinary
     bool isAnswerWanted_ = false;     ///< by one of those handled since the last wait
     std::optional<LogCount> outcome_; ///< of the request being handled
     std::chrono::steady_clock::time_point lastArrival_; ///< when the last wait ended with some

@@ -3,6 +3,7 @@
 #include "logging/LogSvcError.h"
 #include "logging/ScopeCleaner.h"
 #include "platform/Process.h"
+#include "platform/ThreadPriority.h"
 #include "tests/support/TestEnvironment.h"
 #include "tests/support/TraceCapture.h"
 #include "tests/support/UdpPeer.h"
@@ -13,6 +14,8 @@
 #include <QFile>
 
 #include <gtest/gtest.h>
+
+#include <sys/resource.h>
 
 #include <atomic>
 #include <chrono>
@@ -450,6 +453,39 @@ TEST_F(LogProtoServerTest, EachRequestOfABurstIsAnsweredOnceAndInOrder)
     }
     EXPECT_TRUE(peer.nextAnswerIsToPing(to));
     server.stop(); // before what its action uses is gone
+}
+
+TEST_F(LogProtoServerTest, AThreadThatGoesFirstRestsNowAndThenWhileItFindsMore)
+{
+    bool goesFirst = false;
+    std::thread([&] { goesFirst = platform::raiseCurrentThreadPriority(); }).join();
+
+    constexpr int count = 250; // the socket holds as many
+    std::promise<void> go;
+    std::atomic<int> handled{0};
+    std::atomic<long> firstRests{0};
+    std::atomic<long> lastRests{0};
+    const std::shared_future<void> gate = go.get_future();
+    const std::function<void(const Packet&, Packet&)> work = [&](const Packet&, Packet&) {
+        if (handled == 0)
+            gate.wait();
+        // Works, and never waits.
+        const auto begin = std::chrono::steady_clock::now();
+        while (std::chrono::steady_clock::now() - begin < std::chrono::microseconds(250)) {
+        }
+        rusage use{};
+        ::getrusage(RUSAGE_THREAD, &use);
+        (handled < 2 ? firstRests : lastRests) = use.ru_nvcsw;
+        ++handled;
+    };
+    set(&Server::onProcess, work);
+    for (int i = 0; i < count; ++i)
+        peer.send(datagram(request(257, 1), packetHeaderSize), to);
+    go.set_value();
+    ASSERT_TRUE(waitFor([&] { return handled == count; }));
+    server.stop();
+    const long rests = lastRests - firstRests;
+    EXPECT_EQ(rests >= 3, goesFirst) << rests << " in 62 milliseconds";
 }
 
 TEST_F(LogProtoServerTest, NoTrafficForTwoSecondsCausesExactlyOneIdleCallPerPeriod)
