@@ -5,6 +5,7 @@
 #include "store/LogTableModel.h"
 #include "tests/app/AppFixture.h"
 #include "tests/app/FileChooser.h"
+#include "tests/app/ProgramLoop.h"
 #include "tests/endurance/ProcessUse.h"
 #include "view/FilterDialog.h"
 #include "view/LogTableView.h"
@@ -102,17 +103,8 @@ protected:
         });
         looks.start(1);
         QTimer::singleShot(0, holder.get(), [this, &work] { work.begin(*this); });
-        bool late = false;
-        QTimer::singleShot(60000, &looks, [&] {
-            late = true;
-            goesOn = true;
-            QCoreApplication::exit(1);
-        });
-        const auto quits = QObject::connect(qApp, &QGuiApplication::lastWindowClosed, qApp,
-                                            &QCoreApplication::quit);
-        QApplication::exec();
-        QObject::disconnect(quits);
-        EXPECT_FALSE(late) << "the window did not close";
+        EXPECT_TRUE(runUntilTheLastWindowCloses(60000, [&] { goesOn = true; }))
+            << "the window did not close";
         return wasUnderWay;
     }
 };

@@ -7,6 +7,7 @@
 #include "store/LogTableModel.h"
 #include "tests/app/AppFixture.h"
 #include "tests/app/FileChooser.h"
+#include "tests/app/ProgramLoop.h"
 #include "tests/endurance/ProcessUse.h"
 #include "tests/service/RunningService.h"
 #include "view/LogTableView.h"
@@ -176,16 +177,8 @@ protected:
             }
         });
         looks.start(2);
-        bool late = false;
-        QTimer::singleShot(20000, &looks, [&] {
-            late = true;
-            QCoreApplication::exit(1);
-        });
-        const auto quits = QObject::connect(qApp, &QGuiApplication::lastWindowClosed, qApp,
-                                            &QCoreApplication::quit);
-        QApplication::exec();
-        QObject::disconnect(quits);
-        EXPECT_FALSE(late) << "it did not open, or the window did not close";
+        EXPECT_TRUE(runUntilTheLastWindowCloses(20000))
+            << "it did not open, or the window did not close";
         holder->shutDown();
         holder.reset();
         LogConfigData::instance()->setModified(false);
