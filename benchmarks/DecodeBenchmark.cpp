@@ -9,6 +9,7 @@
 #include "logging/LogMessageContainerBuilder.h"
 #include "logging/TimestampText.h"
 #include "platform/CodePage.h"
+#include "tests/support/LookedUpMessage.h"
 
 #include <boost/date_time/posix_time/posix_time.hpp>
 
@@ -71,19 +72,7 @@ void decodeByLookUps(benchmark::State& state)
 {
     const std::vector<std::uint8_t> bytes = sampleContainer();
     for (auto _ : state) {
-        const LogMessageContainer container(bytes.data(), bytes.size());
-        DecodedMessage message;
-        message.serviceMsgId = container.serviceMsgId();
-        message.sourceMsgId = container.sourceMsgId();
-        message.senderMsgId = container.senderMsgId();
-        message.timestamp = container.number(ItemType::Timestamp).value_or(0);
-        message.logLevel = container.number(ItemType::LogLevel).value_or(0);
-        message.processId = container.number(ItemType::ProcessID).value_or(0);
-        message.threadId = container.number(ItemType::ThreadID).value_or(0);
-        message.logPos = container.text(ItemType::LogPos, TextMode::Plain).value_or(u"");
-        message.module = container.text(ItemType::Module, TextMode::Plain).value_or(u"");
-        message.groupName = container.text(ItemType::GroupName, TextMode::Plain).value_or(u"");
-        message.logMessage = container.text(ItemType::LogMessage, TextMode::Text).value_or(u"");
+        const DecodedMessage message = test::lookedUp({bytes.data(), bytes.size()});
         benchmark::DoNotOptimize(message);
     }
 }

@@ -6,6 +6,7 @@
 #include "benchmarks/Goals.h"
 #include "benchmarks/Scale.h"
 #include "store/LogTableModel.h"
+#include "tests/support/JsonLogDocument.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -61,24 +62,7 @@ bool saveByDocument(const LogTableModel& model, const QString& path)
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Text))
         return false;
-    QJsonArray array;
-    for (const auto& message : model.messagesFrom(0, million)) {
-        QJsonObject object;
-        object.insert("ServiceMsgID", QString::number(message->serviceMsgId()));
-        object.insert("SourceMsgID", QString::number(message->sourceMsgId()));
-        object.insert("SenderMsgID", QString::number(message->senderMsgId()));
-        object.insert("ProcessID", QString::number(message->processId()));
-        object.insert("ThreadID", QString::number(message->threadId()));
-        object.insert("Timestamp", QString::number(message->timestamp()));
-        object.insert("LogLevel [Hex]", message->levelCodeText());
-        object.insert("LogLevel", message->levelName());
-        object.insert("LogPos", toQString(message->logPos()));
-        object.insert("Module", toQString(message->module()));
-        object.insert("GroupName", toQString(message->groupName()));
-        object.insert("LogMessage", toQString(message->logMessage()));
-        array.append(object);
-    }
-    const QByteArray text = QJsonDocument(array).toJson(QJsonDocument::Indented);
+    const QByteArray text = test::writtenByDocument(model.messagesFrom(0, million));
     return file.write(text) == text.size() && file.commit();
 }
 

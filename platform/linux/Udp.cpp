@@ -143,9 +143,12 @@ void WakeSignal::lower() noexcept
     errno = kept;
 }
 
-struct DatagramBatch::Buffers
+namespace {
+
+/// What one system call for many datagrams wants, pointed at each other once and for all.
+struct SystemBatch
 {
-    Buffers(std::size_t count, std::size_t datagramCapacity)
+    SystemBatch(std::size_t count, std::size_t datagramCapacity)
         : capacityEach(datagramCapacity)
         , bytes(count * datagramCapacity)
         , addresses(count)
@@ -158,15 +161,24 @@ struct DatagramBatch::Buffers
             messages[i].msg_hdr.msg_iov = &vectors[i];
             messages[i].msg_hdr.msg_iovlen = 1;
             messages[i].msg_hdr.msg_name = &addresses[i];
+            messages[i].msg_hdr.msg_namelen = sizeof(sockaddr_in);
         }
     }
 
     std::size_t capacityEach;
-    std::size_t received = 0;
     std::vector<std::uint8_t> bytes;
     std::vector<sockaddr_in> addresses;
     std::vector<iovec> vectors;
     std::vector<mmsghdr> messages;
+};
+
+} // namespace
+
+struct DatagramBatch::Buffers : SystemBatch
+{
+    using SystemBatch::SystemBatch;
+
+    std::size_t received = 0;
 };
 
 DatagramBatch::DatagramBatch(std::size_t capacity, std::size_t datagramCapacity)
@@ -202,30 +214,11 @@ std::optional<SocketAddress> DatagramBatch::sender(std::size_t index) const noex
     return fromSystem(buffers_->addresses[index], buffers_->messages[index].msg_hdr.msg_namelen);
 }
 
-struct OutgoingBatch::Buffers
+struct OutgoingBatch::Buffers : SystemBatch
 {
-    Buffers(std::size_t count, std::size_t datagramCapacity)
-        : capacityEach(datagramCapacity)
-        , bytes(count * datagramCapacity)
-        , addresses(count)
-        , vectors(count)
-        , messages(count)
-    {
-        for (std::size_t i = 0; i < count; ++i) {
-            vectors[i].iov_base = bytes.data() + i * datagramCapacity;
-            messages[i].msg_hdr.msg_iov = &vectors[i];
-            messages[i].msg_hdr.msg_iovlen = 1;
-            messages[i].msg_hdr.msg_name = &addresses[i];
-            messages[i].msg_hdr.msg_namelen = sizeof(sockaddr_in);
-        }
-    }
+    using SystemBatch::SystemBatch;
 
-    std::size_t capacityEach;
     std::size_t waiting = 0;
-    std::vector<std::uint8_t> bytes;
-    std::vector<sockaddr_in> addresses;
-    std::vector<iovec> vectors;
-    std::vector<mmsghdr> messages;
 };
 
 OutgoingBatch::OutgoingBatch(std::size_t capacity, std::size_t datagramCapacity)

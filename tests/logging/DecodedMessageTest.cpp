@@ -1,6 +1,7 @@
 #include "logging/DecodedMessage.h"
 #include "logging/LogSvcError.h"
 #include "tests/logging/RawContainer.h"
+#include "tests/support/LookedUpMessage.h"
 #include "tests/support/TestEnvironment.h"
 
 #include <gtest/gtest.h>
@@ -34,25 +35,6 @@ auto fieldsOf(const DecodedMessage& m)
 {
     return std::tie(m.serviceMsgId, m.sourceMsgId, m.senderMsgId, m.timestamp, m.logLevel,
                     m.processId, m.threadId, m.logPos, m.module, m.groupName, m.logMessage);
-}
-
-/// Every field by a look-up of its own.
-DecodedMessage byLookUps(const ExactBytes& bytes)
-{
-    const LogMessageContainer container(bytes.data(), bytes.size());
-    DecodedMessage message;
-    message.serviceMsgId = container.serviceMsgId();
-    message.sourceMsgId = container.sourceMsgId();
-    message.senderMsgId = container.senderMsgId();
-    message.timestamp = container.number(ItemType::Timestamp).value_or(0);
-    message.logLevel = container.number(ItemType::LogLevel).value_or(0);
-    message.processId = container.number(ItemType::ProcessID).value_or(0);
-    message.threadId = container.number(ItemType::ThreadID).value_or(0);
-    message.logPos = container.text(ItemType::LogPos, TextMode::Plain).value_or(u"");
-    message.module = container.text(ItemType::Module, TextMode::Plain).value_or(u"");
-    message.groupName = container.text(ItemType::GroupName, TextMode::Plain).value_or(u"");
-    message.logMessage = container.text(ItemType::LogMessage, TextMode::Text).value_or(u"");
-    return message;
 }
 
 /// Containers of all kinds: whole ones, ones with items left out, doubled, flagged or of wrong
@@ -275,7 +257,7 @@ TEST(DecodedMessage, ManyRandomContainersGiveAndRefuseWhatLookUpsWould)
         bool expectedThrow = false;
         DecodedMessage expected;
         try {
-            expected = byLookUps(bytes);
+            expected = test::lookedUp({bytes.data(), bytes.size()});
         } catch (const LogSvcError&) {
             expectedThrow = true;
         }

@@ -2,13 +2,11 @@
 
 #include "store/LogTableModel.h"
 #include "tests/store/StoreTestSupport.h"
+#include "tests/support/JsonLogDocument.h"
 
 #include <QBuffer>
 #include <QDir>
 #include <QFile>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -38,29 +36,6 @@ QByteArray written(const Messages& messages)
     return file.data();
 }
 
-/// The same by the library's own document, which holds everything in memory.
-QByteArray writtenByDocument(const Messages& messages)
-{
-    QJsonArray array;
-    for (const auto& message : messages) {
-        QJsonObject object;
-        object.insert("ServiceMsgID", QString::number(message->serviceMsgId()));
-        object.insert("SourceMsgID", QString::number(message->sourceMsgId()));
-        object.insert("SenderMsgID", QString::number(message->senderMsgId()));
-        object.insert("ProcessID", QString::number(message->processId()));
-        object.insert("ThreadID", QString::number(message->threadId()));
-        object.insert("Timestamp", QString::number(message->timestamp()));
-        object.insert("LogLevel [Hex]", message->levelCodeText());
-        object.insert("LogLevel", message->levelName());
-        object.insert("LogPos", toQString(message->logPos()));
-        object.insert("Module", toQString(message->module()));
-        object.insert("GroupName", toQString(message->groupName()));
-        object.insert("LogMessage", toQString(message->logMessage()));
-        array.append(object);
-    }
-    return QJsonDocument(array).toJson(QJsonDocument::Indented);
-}
-
 std::unique_ptr<LogMessage> message(std::uint64_t number, std::u16string_view text)
 {
     return std::make_unique<LogMessage>(
@@ -70,7 +45,7 @@ std::unique_ptr<LogMessage> message(std::uint64_t number, std::u16string_view te
 
 TEST(JsonLogWriter, AnEmptyLogIsAnEmptyArray)
 {
-    EXPECT_EQ(written({}), writtenByDocument({}));
+    EXPECT_EQ(written({}), test::writtenByDocument(Messages{}));
 }
 
 TEST(JsonLogWriter, OneMessageReadsAsItsFileFormatSays)
@@ -102,7 +77,7 @@ TEST(JsonLogWriter, EveryUnitOfTextIsWrittenAsTheLibrarysDocumentWritesIt)
     Messages messages;
     for (unsigned unit = 0; unit <= 0xFFFF; ++unit)
         messages.push_back(message(unit, std::u16string{u'a', static_cast<char16_t>(unit), u'z'}));
-    EXPECT_EQ(written(messages), writtenByDocument(messages));
+    EXPECT_EQ(written(messages), test::writtenByDocument(messages));
 }
 
 TEST(JsonLogWriter, RandomTextsAreWrittenAsTheLibrarysDocumentWritesThem)
@@ -117,7 +92,7 @@ TEST(JsonLogWriter, RandomTextsAreWrittenAsTheLibrarysDocumentWritesThem)
             unit = units[random() % units.size()];
         messages.push_back(message(i, text));
     }
-    EXPECT_EQ(written(messages), writtenByDocument(messages));
+    EXPECT_EQ(written(messages), test::writtenByDocument(messages));
 }
 
 TEST(JsonLogWriter, EveryLevelIsWrittenAsTheLibrarysDocumentWritesIt)
@@ -129,7 +104,7 @@ TEST(JsonLogWriter, EveryLevelIsWrittenAsTheLibrarysDocumentWritesIt)
             messages.push_back(std::make_unique<LogMessage>(value, value, value, value, value, u"",
                                                             u"", u"", u"", value, value));
     }
-    EXPECT_EQ(written(messages), writtenByDocument(messages));
+    EXPECT_EQ(written(messages), test::writtenByDocument(messages));
 }
 
 TEST(JsonLogWriter, LongTextsAreWrittenWholeWhateverTheirLength)
@@ -148,7 +123,7 @@ TEST(JsonLogWriter, LongTextsAreWrittenWholeWhateverTheirLength)
         pairs += u"\U0001F600";
     messages.push_back(message(1, pairs));
     messages.push_back(message(2, u"\"" + pairs));
-    EXPECT_EQ(written(messages), writtenByDocument(messages));
+    EXPECT_EQ(written(messages), test::writtenByDocument(messages));
 }
 
 /// A place that is full after a number of bytes.
@@ -267,7 +242,7 @@ TEST_F(JsonLogSave, TheFileHoldsEveryMessageInItsOrderAsTheLibrarysDocumentWrite
             each->processId(), each->threadId()));
     ASSERT_EQ(copies.size(), 2500U);
     EXPECT_TRUE(model.saveToJson(path("log.json")));
-    EXPECT_EQ(contents(path("log.json")), writtenByDocument(copies));
+    EXPECT_EQ(contents(path("log.json")), test::writtenByDocument(copies));
     EXPECT_EQ(files(), QStringList{"log.json"});
 }
 
@@ -275,7 +250,7 @@ TEST_F(JsonLogSave, AnEmptyTableIsAnEmptyArray)
 {
     model.clear();
     EXPECT_TRUE(model.saveToJson(path("log.json")));
-    EXPECT_EQ(contents(path("log.json")), writtenByDocument({}));
+    EXPECT_EQ(contents(path("log.json")), test::writtenByDocument(Messages{}));
 }
 
 TEST_F(JsonLogSave, APresentFileIsReplaced)
