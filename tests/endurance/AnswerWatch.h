@@ -63,17 +63,19 @@ private:
         }
     }
 
-    /// Window's thread.
-    void answer()
+    /// Window's thread: true if the event was the question. Under the lock before it is looked at:
+    /// how Qt hands it over is not seen by the thread sanitizer.
+    bool answer(const QEvent& event)
     {
         const std::lock_guard<std::mutex> lock(mutex_);
+        if (event.type() != QEvent::User)
+            return false;
         answered_ = true;
         changed_.notify_all();
+        return true;
     }
 
-    /// Lives on the window's thread; questions still under way go with it. An event carries
-    /// nothing: the thread sanitizer does not see how Qt hands over what one thread wrote for
-    /// another.
+    /// Lives on the window's thread; questions still under way go with it.
     class Receiver final : public QObject
     {
     public:
@@ -83,10 +85,7 @@ private:
         }
         bool event(QEvent* event) override
         {
-            if (event->type() != QEvent::User)
-                return QObject::event(event);
-            watch_.answer();
-            return true;
+            return watch_.answer(*event) || QObject::event(event);
         }
 
     private:
