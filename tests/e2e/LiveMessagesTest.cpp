@@ -47,7 +47,7 @@ TEST_F(LiveMessages, TwentyThousandFromAnotherProcessAreAllInTheWindowInOrderNon
     startButton()->click();
     ASSERT_TRUE(isLogging());
 
-    const ProgramRun run = demo(5000, count);
+    const ProgramRun run = demo(2000, count);
     ASSERT_TRUE(run.ended);
     ASSERT_EQ(run.status, 0) << run.err.toStdString();
     EXPECT_TRUE(run.err.startsWith(QStringLiteral("20000 messages in ")));
@@ -77,7 +77,7 @@ TEST_F(LiveMessages, StopDrainsWhatWasReceivedAndAStartGoesOn)
     for (int round = 0; round < 3; ++round) {
         startButton()->click();
         ASSERT_TRUE(isLogging());
-        ASSERT_EQ(demo(5000, 1000).status, 0);
+        ASSERT_EQ(demo(2000, 1000).status, 0);
         // As soon as all have been received: what is still queued is to be in the model when the
         // stop is done.
         ASSERT_TRUE(waitFor([&] {

@@ -124,14 +124,14 @@ TEST_F(LifeAndDeath, TwoWindowsAtOnceEachGetEveryMessage)
     ASSERT_TRUE(second);
     window_->startLogging();
     second->startLogging();
-    ASSERT_EQ(demo(5000, 5000).status, 0);
+    ASSERT_EQ(demo(2000, 5000).status, 0);
     LogTableModel& other = *second->messageView()->fullModel();
     EXPECT_TRUE(waitFor([&] { return model().rowCount() == 5000 && other.rowCount() == 5000; }))
         << model().rowCount() << " and " << other.rowCount();
     second->close();
     second.reset();
     // The first does not care.
-    ASSERT_EQ(demo(5000, 100).status, 0);
+    ASSERT_EQ(demo(2000, 100).status, 0);
     EXPECT_TRUE(waitFor([&] { return model().rowCount() == 5100; }));
     stop();
     expectBalance();
