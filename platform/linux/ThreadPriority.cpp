@@ -13,7 +13,7 @@ bool raiseCurrentThreadPriority()
 {
     const int policy = ::sched_getscheduler(0) & ~SCHED_RESET_ON_FORK;
     if (policy == SCHED_RR || policy == SCHED_FIFO)
-        return false;
+        return true;
 
     // For this thread alone: what it starts is not to inherit a real-time priority.
     sched_param realTime{};
@@ -24,14 +24,14 @@ bool raiseCurrentThreadPriority()
     // Linux keeps a nice value for each thread, under the thread's own number.
     const auto thread = static_cast<id_t>(currentThreadId());
     errno = 0;
-    const int present = ::getpriority(PRIO_PROCESS, thread);
-    if (present == -1 && errno != 0)
+    int nice = ::getpriority(PRIO_PROCESS, thread);
+    if (nice == -1 && errno != 0)
         return false;
-    for (int nice = -20; nice < present; ++nice) {
-        if (::setpriority(PRIO_PROCESS, thread, nice) == 0)
-            return true;
+    for (int better = -20; better < nice; ++better) {
+        if (::setpriority(PRIO_PROCESS, thread, better) == 0)
+            nice = better;
     }
-    return false;
+    return nice < 0;
 }
 
 } // namespace zuLogging::platform

@@ -106,6 +106,15 @@ TEST_F(LongWorkAnswers, SortFilterSaveAndLoadLetTheWindowAnswer)
         view->filterDialog()->addExcludeFilter();
         view->filterDialog()->accept();
     });
+    const auto markLast = [&] {
+        const int last = view->filteredModel()->rowCount() - 1;
+        view->table()->setCurrentIndex(view->filteredModel()->index(last, 0));
+        view->setReferenceTimeClicked();
+    };
+    store->setTimeDisplayMode(1);
+    measure("time reference, filtered and sorted", markLast);
+    EXPECT_EQ(view->fullModel()->references().size(), 1);
+    EXPECT_NE(view->fullModel()->references().first(), 0);
     measure("filter off", [&] {
         view->filterDialog()->clearSignal();
         view->filterDialog()->accept();

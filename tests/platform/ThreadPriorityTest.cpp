@@ -22,25 +22,40 @@ std::pair<bool, int> priority()
             -::getpriority(PRIO_PROCESS, static_cast<id_t>(currentThreadId()))};
 }
 
-TEST(ThreadPriority, TrueMeansABetterPriorityAndFalseTheSameOne)
+constexpr std::pair<bool, int> ordinary{false, 0};
+
+TEST(ThreadPriority, TrueMeansBeforeOtherProgramsAndItIsNeverWorseThanBefore)
 {
     std::thread([] {
         const auto before = priority();
-        const bool raised = raiseCurrentThreadPriority();
-        if (raised)
-            EXPECT_GT(priority(), before);
-        else
-            EXPECT_EQ(priority(), before);
+        const bool goesFirst = raiseCurrentThreadPriority();
+        EXPECT_EQ(goesFirst, priority() > ordinary);
+        EXPECT_GE(priority(), before);
     }).join();
 }
 
-TEST(ThreadPriority, ASecondRaiseHasNothingBetterToGive)
+TEST(ThreadPriority, ASecondRaiseSaysTheSameAndHasNothingBetterToGive)
 {
     std::thread([] {
-        raiseCurrentThreadPriority();
+        const bool goesFirst = raiseCurrentThreadPriority();
         const auto after = priority();
-        EXPECT_FALSE(raiseCurrentThreadPriority());
+        EXPECT_EQ(raiseCurrentThreadPriority(), goesFirst);
         EXPECT_EQ(priority(), after);
+    }).join();
+}
+
+TEST(ThreadPriority, AThreadThatWasStartedWithARealTimePriorityGoesFirst)
+{
+    std::thread([] {
+        sched_param realTime{};
+        realTime.sched_priority = ::sched_get_priority_min(SCHED_FIFO) + 1;
+        const bool isAllowed = ::sched_setscheduler(0, SCHED_FIFO, &realTime) == 0;
+        const auto before = priority();
+        EXPECT_EQ(raiseCurrentThreadPriority(), isAllowed || priority() > ordinary);
+        EXPECT_GE(priority(), before);
+        if (isAllowed) {
+            EXPECT_EQ(::sched_getscheduler(0), SCHED_FIFO);
+        }
     }).join();
 }
 
@@ -50,7 +65,9 @@ TEST(ThreadPriority, OtherThreadsKeepTheirs)
     std::thread([before] {
         raiseCurrentThreadPriority();
         if (priority().first)
-            std::thread([before] { EXPECT_EQ(priority(), before); }).join();
+            std::thread([before] {
+                EXPECT_EQ(priority(), before.first ? before : ordinary);
+            }).join();
     }).join();
     EXPECT_EQ(priority(), before);
 }
