@@ -19,6 +19,7 @@
 #include "view/LogMessageView.h"
 #include "view/LogTableView.h"
 #include "view/SettingsDialog.h"
+#include "widgets/Boxes.h"
 
 #include <QAction>
 #include <QCloseEvent>
@@ -456,14 +457,19 @@ void MainView::timeInSecondsChanged()
 
 void MainView::openConfigFile()
 {
+    const bool wasShown = isVisible();
     const QString path = QFileDialog::getOpenFileName(
         this, tr("Open Config File"), configurationDirectory(), tr("Configuration files (*.json)"));
+    if (wasShown && !isVisible())
+        return; // closed under the dialog: the program ends
     const QString error = LogConfigData::instance()->loadConfiguration(path);
     // Also after a failure: the load has replaced both models.
     configView_->showModel();
+    const QPointer<MainView> self(this);
     if (!error.isEmpty())
-        QMessageBox::warning(configView_, tr("Open File"), error, QMessageBox::Ok);
-    configView_->markModified();
+        showBox(configView_, QMessageBox::Warning, tr("Open File"), error);
+    if (self)
+        configView_->markModified();
 }
 
 void MainView::resetFile()
@@ -496,7 +502,7 @@ void MainView::replayLogHistory()
     try {
         store_->requestReplay();
     } catch (const LogSvcError& error) {
-        QMessageBox::warning(this, tr("Start Logging"), QString::fromUtf8(error.what()));
+        showBox(this, QMessageBox::Warning, tr("Start Logging"), QString::fromUtf8(error.what()));
     }
 }
 
@@ -572,6 +578,8 @@ std::string MainView::GetARZVersionString()
 
 bool MainView::shutDown()
 {
+    if (configView_)
+        configView_->endEditing();
     if (LogConfigData::instance()->isModified()) {
         const auto answer = QMessageBox::warning(
             this, tr("Shutdown"),

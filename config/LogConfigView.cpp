@@ -11,6 +11,7 @@
 #include "widgets/Boxes.h"
 #include "widgets/WaitCursor.h"
 
+#include <QAbstractItemDelegate>
 #include <QAction>
 #include <QHeaderView>
 #include <QIcon>
@@ -428,8 +429,20 @@ LogConfigView::askForValues(const QModelIndex& selected, const QStringList& modu
     return entered;
 }
 
+void LogConfigView::endEditing()
+{
+    QWidget* editor =
+        treeView_ == nullptr ? nullptr : treeView_->indexWidget(treeView_->currentIndex());
+    if (editor == nullptr)
+        return;
+    QAbstractItemDelegate* delegate = treeView_->itemDelegate();
+    Q_EMIT delegate->commitData(editor);
+    Q_EMIT delegate->closeEditor(editor);
+}
+
 void LogConfigView::insertClicked()
 {
+    endEditing();
     if (mode_ == Expert)
         insertNodes();
     else
@@ -503,6 +516,7 @@ void LogConfigView::treeEdited(TreeNode* node)
 
 void LogConfigView::modifyClicked()
 {
+    endEditing();
     const QModelIndex current = currentIndexFor(tr("Modify"));
     if (!current.isValid())
         return;
@@ -526,6 +540,13 @@ void LogConfigView::modifyModule(const QModelIndex& index)
     if (!current.isValid() || model == nullptr || current.model() != model)
         return;
     model->modifyRow(current.row(), entered->value(valueKey), entered->value(levelKey));
+    const TreeNode* const id = model->rowObject(current.row())->id;
+    LogConfigData::instance()->treeModel()->rebuildTable();
+    // Rows stand in the order of the document now, new ones too.
+    int row = 0;
+    while (id != nullptr && row < model->rowCount() && model->rowObject(row)->id != id)
+        ++row;
+    tableView_->selectRow(row);
     tableView_->resizeColumnsToContents();
     markModified();
 }
@@ -564,6 +585,7 @@ void LogConfigView::modifyNode(const QModelIndex& index)
 
 void LogConfigView::deleteClicked()
 {
+    endEditing();
     const QModelIndex current = currentIndexFor(tr("Delete"));
     if (!current.isValid())
         return;
@@ -600,6 +622,7 @@ void LogConfigView::deleteNode(const QModelIndex& index)
 
 void LogConfigView::saveConfigClicked()
 {
+    endEditing();
     QString error;
     try {
         const WaitCursor wait;
@@ -622,9 +645,11 @@ void LogConfigView::saveConfigClicked()
     delete box;
     if (!self)
         return;
-    saveButton_->setEnabled(false);
+    // What was edited while the box stood there is not saved.
+    LogConfigData& config = *LogConfigData::instance();
+    saveButton_->setEnabled(config.isModified());
     if (mode_ == User)
-        LogConfigData::instance()->tableModel()->clearChanged();
+        config.tableModel()->clearChanged();
 }
 
 void LogConfigView::updateConfigClicked()

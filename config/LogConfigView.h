@@ -66,6 +66,9 @@ public:
     /// The one of the two that belongs to the mode.
     void showModel();
 
+    /// Writes the comment that is being edited in place, if there is one. To be called before
+    /// anything that looks at the document: a button that takes no focus ends no editing.
+    void endEditing();
     /// In user mode, offers to save what was edited in the table.
     void askToSaveIfChanged();
 

@@ -3,6 +3,7 @@
 #include "logging/LogSvcError.h"
 #include "platform/DataDirectory.h"
 #include "platform/SavedFile.h"
+#include "widgets/Boxes.h"
 
 #include <QFile>
 #include <QGridLayout>
@@ -123,8 +124,8 @@ void PreferencesDialog::load()
 {
     if (path_.isEmpty() || !file_.exists()) {
         disableEditing();
-        QMessageBox::critical(this, windowTitle(),
-                              tr("Configuration file '%1' does not exist.").arg(path_));
+        showBox(this, QMessageBox::Critical, windowTitle(),
+                tr("Configuration file '%1' does not exist.").arg(path_));
         return;
     }
     QString error;
@@ -143,9 +144,8 @@ void PreferencesDialog::load()
         }
     }
     if (!error.isEmpty())
-        QMessageBox::warning(
-            this, windowTitle(),
-            tr("Failed to load the configuration from file '%1': %2").arg(path_, error));
+        showBox(this, QMessageBox::Warning, windowTitle(),
+                tr("Failed to load the configuration from file '%1': %2").arg(path_, error));
 }
 
 void PreferencesDialog::disableEditing()
@@ -211,18 +211,17 @@ void PreferencesDialog::save()
     try {
         setRecordLines(value);
     } catch (const std::exception& error) {
-        QMessageBox::warning(
-            this, windowTitle(),
-            tr("Failed to write the value '%1': %2")
-                .arg(QString::fromStdString(value), QString::fromUtf8(error.what())));
+        showBox(this, QMessageBox::Warning, windowTitle(),
+                tr("Failed to write the value '%1': %2")
+                    .arg(QString::fromStdString(value), QString::fromUtf8(error.what())));
         return;
     }
     try {
         writeFile();
     } catch (const std::exception& error) {
-        QMessageBox::warning(this, windowTitle(),
-                             tr("Failed to write the configuration to file '%1': %2")
-                                 .arg(path_, QString::fromUtf8(error.what())));
+        showBox(this, QMessageBox::Warning, windowTitle(),
+                tr("Failed to write the configuration to file '%1': %2")
+                    .arg(path_, QString::fromUtf8(error.what())));
         return;
     }
     accept();

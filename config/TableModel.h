@@ -61,7 +61,8 @@ public:
     /// Null for a row out of range.
     Row* rowObject(int row) const;
 
-    /// A row was added, modified or removed since the last `clearChanged`.
+    /// A row was added, modified or removed since the last `clearChanged`. Modified ones too: what
+    /// a reread would throw away is asked for.
     bool isChanged() const { return changed_; }
     void clearChanged() { changed_ = false; }
 

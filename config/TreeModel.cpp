@@ -88,10 +88,16 @@ QVariant TreeModel::data(const QModelIndex& index, int role) const
 
 bool TreeModel::setData(const QModelIndex& index, const QVariant& value, int role)
 {
-    if (role != Qt::EditRole || !index.isValid() || !nodeOf(index)->setData(index.column(), value))
+    if (role != Qt::EditRole || !index.isValid())
+        return false;
+    TreeNode* const node = nodeOf(index);
+    const bool isOther = node->data(index.column()) != value;
+    if (!node->setData(index.column(), value))
         return false;
     changed_ = true;
-    Q_EMIT dataChanged(index, index);
+    // An editor that is left without a change writes back what it was given.
+    if (isOther)
+        Q_EMIT dataChanged(index, index);
     return true;
 }
 

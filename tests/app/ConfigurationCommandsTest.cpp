@@ -11,6 +11,7 @@
 #include <QFile>
 #include <QGroupBox>
 #include <QLabel>
+#include <QLineEdit>
 #include <QPushButton>
 #include <QSpinBox>
 #include <QTableView>
@@ -148,6 +149,57 @@ TEST_F(ConfigurationCommands, AConfigurationFileThatCannotBeReadIsToldAndMarksAs
     EXPECT_TRUE(LogConfigData::instance()->isModified());
     EXPECT_TRUE(saveEnabled());
     EXPECT_EQ(holder->configView()->tableView()->model()->rowCount(), 0);
+}
+
+TEST_F(ConfigurationCommands, TheNameOfAFileIsNeverTakenForMarkup)
+{
+    write(path("<b>bad<.json"), "{");
+    open();
+    Qt::TextFormat format = Qt::RichText;
+    DialogAnswerer user(path("<b>bad<.json"));
+    user.onBox = [&format](QMessageBox& box) { format = box.textFormat(); };
+    action("Open config...")->trigger();
+    EXPECT_EQ(user.boxes.size(), 1);
+    EXPECT_EQ(format, Qt::PlainText);
+}
+
+TEST_F(ConfigurationCommands, AWindowThatIsClosedUnderTheFileDialogLoadsAndMarksNothing)
+{
+    open();
+    holder->show();
+    const char other[] = R"({"parameters":{"level":"trace"}})";
+    LogClient(service->address()).upload(other, sizeof other - 1);
+    DialogAnswerer user;
+    user.onFiles = [this](QFileDialog& dialog) {
+        EXPECT_TRUE(holder->close());
+        dialog.reject(); // as the end of the program does
+    };
+    holder->openConfigFile();
+    EXPECT_EQ(user.fileCaptions.size(), 1);
+    EXPECT_FALSE(LogConfigData::instance()->isModified());
+    EXPECT_EQ(tableRows(), loadedRows);
+}
+
+TEST_F(ConfigurationCommands, ACommentThatIsBeingTypedIsAskedForWhenTheWindowCloses)
+{
+    const char document[] = R"({"parameters":{"level":"info"},"#":"first"})";
+    LogClient(service->address()).upload(document, sizeof document - 1);
+    ViewSettings::instance().expertMode = true;
+    open();
+    holder->show();
+    QTreeView* tree = holder->configView()->treeView();
+    tree->setCurrentIndex(tree->model()->index(1, 1));
+    tree->edit(tree->currentIndex());
+    auto* editor = tree->viewport()->findChild<QLineEdit*>();
+    ASSERT_NE(editor, nullptr);
+    editor->setText(QStringLiteral("typed"));
+
+    MessageBoxWaiter user(QMessageBox::Cancel);
+    EXPECT_FALSE(holder->close());
+    EXPECT_EQ(user.boxes().size(), 1);
+    EXPECT_TRUE(holder->isVisible());
+    EXPECT_TRUE(saveEnabled());
+    EXPECT_EQ(tree->model()->index(1, 1).data().toString(), QStringLiteral("typed"));
 }
 
 TEST_F(ConfigurationCommands, OpenConfigStartsWhereTheServiceKeepsItsFiles)

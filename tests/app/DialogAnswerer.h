@@ -28,6 +28,10 @@ public:
     }
 
     QMessageBox::StandardButton button = QMessageBox::Ok;
+    /// Called for each before it is answered.
+    std::function<void(QMessageBox&)> onBox;
+    /// Called for each instead of the answer; it must close it.
+    std::function<void(QFileDialog&)> onFiles;
 
     QStringList fileCaptions;
     QStringList fileFilters;
@@ -45,6 +49,8 @@ private:
         QObject::connect(modal, &QObject::destroyed, &timer_, [this] { last_ = nullptr; });
         if (auto* box = qobject_cast<QMessageBox*>(modal)) {
             boxes.append(box->windowTitle() + QStringLiteral(": ") + box->text());
+            if (onBox)
+                onBox(*box);
             if (QAbstractButton* chosen = box->button(button))
                 chosen->click();
             else
@@ -53,6 +59,10 @@ private:
             fileCaptions.append(files->windowTitle());
             fileFilters.append(files->nameFilters());
             fileDirectories.append(files->directory().path());
+            if (onFiles) {
+                onFiles(*files);
+                return;
+            }
             if (path_.isEmpty()) {
                 files->reject();
                 return;

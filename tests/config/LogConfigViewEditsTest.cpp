@@ -279,6 +279,123 @@ TEST_F(LogConfigViewTest, ACommentEditedInPlaceIsAnEditToo)
     expectMarked(true);
 }
 
+/// A comment whose editor is open, with another text typed in.
+class OpenCommentEditor : public LogConfigViewTest
+{
+protected:
+    void SetUp() override
+    {
+        LogConfigViewTest::SetUp();
+        openExpert();
+        select("specializations/0/#", 1);
+        QApplication::setActiveWindow(window.get());
+        view->treeView()->setFocus();
+        QTest::keyClick(view->treeView()->viewport(), Qt::Key_F2);
+        editor = view->treeView()->viewport()->findChild<QLineEdit*>();
+        ASSERT_NE(editor, nullptr);
+    }
+    void type() const
+    {
+        editor->clear();
+        QTest::keyClicks(editor, "typed");
+    }
+    QString comment() const { return node("specializations/0/#")->value(); }
+    bool serviceHas(const char* text) const
+    {
+        return service->configuration().find(text) != std::string::npos;
+    }
+
+    QPointer<QLineEdit> editor;
+};
+
+TEST_F(OpenCommentEditor, IsSavedWithTheRest)
+{
+    view->markModified();
+    type();
+    QTest::mouseClick(button("configSave"), Qt::LeftButton);
+    EXPECT_EQ(answers.boxes.size(), 1U);
+    EXPECT_EQ(comment(), QStringLiteral("typed"));
+    EXPECT_TRUE(serviceHas("typed"));
+    expectMarked(false);
+}
+
+TEST_F(OpenCommentEditor, IsWhatTheDialogShows)
+{
+    type();
+    QString shown;
+    answers.onDialog = [&shown](QDialog& dialog) {
+        shown = dialog.findChild<QLineEdit*>("comment")->text();
+        dialog.accept();
+    };
+    QTest::mouseClick(button("configModify"), Qt::LeftButton);
+    EXPECT_EQ(shown, QStringLiteral("typed"));
+    EXPECT_EQ(comment(), QStringLiteral("typed"));
+}
+
+TEST_F(OpenCommentEditor, IsNotLostWhenItsOwnerAsksForIt)
+{
+    type();
+    expectMarked(false);
+    view->endEditing();
+    EXPECT_EQ(comment(), QStringLiteral("typed"));
+    expectMarked(true);
+    EXPECT_TRUE(waitFor([&] { return !editor; }));
+    view->endEditing(); // there is none any more
+    expectMarked(true);
+}
+
+TEST_F(OpenCommentEditor, LeftWithoutAChangeIsNoEdit)
+{
+    QTest::keyClick(editor, Qt::Key_Return);
+    EXPECT_TRUE(waitFor([&] { return !editor; }));
+    EXPECT_EQ(comment(), QStringLiteral("first"));
+    expectMarked(false);
+}
+
+TEST_F(LogConfigViewTest, AnEditDuringTheBoxAfterASaveIsUnsaved)
+{
+    openUser();
+    view->markModified();
+    answers.onBox = [this](QMessageBox& box) {
+        view->markModified();
+        box.accept();
+    };
+    view->saveConfigClicked();
+    expectMarked(true);
+}
+
+TEST_F(LogConfigViewTest, ATableWhoseRowWasModifiedIsAsIfItHadJustBeenBuilt)
+{
+    // A level that a row gets is the level of those before it that have none.
+    openUser(R"({"parameters":{"level":"info"},"specializations":[)"
+             R"({"attributes":[{"id":"module","value":"B"}]},)"
+             R"({"attributes":[{"id":"module","value":"A"}]}]})");
+    selectRow(2);
+    fillIn({{"value", "A"}, {"level", "err"}});
+    view->modifyClicked();
+    const QString shown = rows();
+    tree()->rebuildTable();
+    EXPECT_EQ(shown, rows());
+    EXPECT_EQ(shown, QStringLiteral("default info, B err, A err"));
+}
+
+TEST_F(LogConfigViewTest, TheRowThatWasModifiedStaysSelectedWhereverItIs)
+{
+    openUser();
+    selectRow(2); // beta, inside of alpha: the new row belongs behind it
+    fillIn({{"value", "new"}, {"level", "err"}});
+    view->insertClicked();
+    EXPECT_EQ(rows(), QStringLiteral("default info, alpha err, beta warn, gamma trace, new err"));
+    fillIn({{"value", "newer"}, {"level", "fatal"}});
+    view->modifyClicked();
+    EXPECT_EQ(rows(),
+              QStringLiteral("default info, alpha err, beta warn, newer fatal, gamma trace"));
+    EXPECT_EQ(view->tableView()->currentIndex().row(), 3);
+    EXPECT_EQ(view->tableView()->selectionModel()->selectedRows().size(), 1);
+    EXPECT_EQ(enabled(), "IDM");
+    EXPECT_TRUE(table()->isChanged());
+}
+
 TEST_F(LogConfigViewTest, DeleteRemovesTheSelectedNode)
 {
     openExpert();

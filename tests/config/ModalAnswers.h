@@ -35,6 +35,7 @@ public:
         QStringList buttons;
         bool hasWindowIcon;
         bool waitCursor;
+        Qt::TextFormat format;
     };
 
     /// `answer` is the text of the button to press.
@@ -93,7 +94,8 @@ private:
                 chosen = button;
         }
         boxes.push_back({box.icon(), box.windowTitle(), box.text(), box.informativeText(), buttons,
-                         !box.windowIcon().isNull(), QApplication::overrideCursor() != nullptr});
+                         !box.windowIcon().isNull(), QApplication::overrideCursor() != nullptr,
+                         box.textFormat()});
         if (onBox) {
             onBox(box);
             return;

@@ -162,6 +162,16 @@ TEST_F(PreferencesDialogTest, AMissingFileIsToldWithItsPathAndEditingIsDisabled)
     expectEditable(false);
 }
 
+TEST_F(PreferencesDialogTest, WhatIsReadFromTheFileIsNeverTakenForMarkup)
+{
+    open();
+    openWith(R"({"startup_sinks":[{"type":"record","media_size":"<b>7</b>"}]})");
+    openWith("{");
+    EXPECT_GE(answers.boxes.size(), 3U);
+    for (const ModalAnswers::Box& box : answers.boxes)
+        EXPECT_EQ(box.format, Qt::PlainText) << box.text.toStdString();
+}
+
 TEST_F(PreferencesDialogTest, ADataDirectoryThatEndsWithASeparatorGetsNoSecondOne)
 {
     qputenv("ARZDATA", QFile::encodeName(data() + "/"));
