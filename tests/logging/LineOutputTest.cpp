@@ -1,6 +1,6 @@
-#include "service/LineOutput.h"
+#include "logging/LineOutput.h"
 
-#include "service/LineBuffer.h"
+#include "logging/LineBuffer.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "service/ServiceStreams.h"
+#include "logging/ProgramStreams.h"
 
 #include "platform/OutputChannel.h"
 #include "platform/Trace.h"
@@ -8,11 +8,13 @@
 #include <algorithm>
 #include <iostream>
 #include <string>
+#include <utility>
 
 namespace zuLogging {
 
-ServiceStreams::ServiceStreams()
-    : output_(platform::OutputChannel::standardOutput)
+ProgramStreams::ProgramStreams(std::string programName)
+    : programName_(std::move(programName))
+    , output_(platform::OutputChannel::standardOutput)
     , error_(platform::OutputChannel::standardError)
     , outputBuffer_([this](std::wstring_view lines) { writeOutput(lines); })
     , errorBuffer_([this](std::string_view lines) { writeError(lines); })
@@ -21,13 +23,13 @@ ServiceStreams::ServiceStreams()
 {
 }
 
-ServiceStreams::~ServiceStreams()
+ProgramStreams::~ProgramStreams()
 {
     std::wcout.rdbuf(previousOutput_);
     std::cerr.rdbuf(previousError_);
 }
 
-void ServiceStreams::writeOutput(std::wstring_view lines)
+void ProgramStreams::writeOutput(std::wstring_view lines)
 {
     const QString text = QString::fromWCharArray(lines.data(), static_cast<int>(lines.size()));
     switch (output_.write(text.toStdString())) {
@@ -50,11 +52,11 @@ void ServiceStreams::writeOutput(std::wstring_view lines)
     }
 }
 
-void ServiceStreams::writeError(std::string_view lines)
+void ProgramStreams::writeError(std::string_view lines)
 {
     std::string text;
     if (errorLinesLost_ > 0)
-        text = "zulogsvc: lost " + std::to_string(errorLinesLost_) +
+        text = programName_ + ": lost " + std::to_string(errorLinesLost_) +
                " lines here, which nobody read\n";
     text += lines;
     if (error_.write(text) == LineOutput::Result::Written)

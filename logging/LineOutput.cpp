@@ -1,4 +1,4 @@
-#include "service/LineOutput.h"
+#include "logging/LineOutput.h"
 
 namespace zuLogging {
 
