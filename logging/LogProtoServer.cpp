@@ -26,6 +26,9 @@ constexpr std::chrono::microseconds streamGap(500);
 /// standing, up to a quarter of a second was measured: it rests after a while.
 constexpr std::chrono::milliseconds longestRun(10);
 constexpr std::chrono::milliseconds rest(1);
+/// An answer waits for others to leave with it, but not for requests that take long: its receiver
+/// asks again after half a second.
+constexpr std::chrono::milliseconds answerPatience(20);
 /// More than the socket's receive buffer holds.
 constexpr int maximumLastBatches = 64;
 
@@ -213,8 +216,12 @@ std::size_t LogProtoServer<Protocol>::handleBatch()
     }
     const platform::DatagramBatch& batch = buffers_->arrived;
     const std::size_t count = batch.size();
-    for (std::size_t i = 0; i < count; ++i)
+    for (std::size_t i = 0; i < count; ++i) {
         handle(batch.data(i), batch.length(i), batch.sender(i));
+        if (buffers_->answers.size() > 0 &&
+            std::chrono::steady_clock::now() - oldestAnswer_ > answerPatience)
+            sendAnswers();
+    }
     sendAnswers();
     return count;
 }
@@ -222,7 +229,9 @@ std::size_t LogProtoServer<Protocol>::handleBatch()
 template <class Protocol>
 void LogProtoServer<Protocol>::sendAnswers()
 {
-    if (buffers_->answers.size() > 0 && socket_.send(buffers_->answers) > 0)
+    if (buffers_->answers.size() == 0)
+        return;
+    for (std::size_t failed = socket_.send(buffers_->answers); failed > 0; --failed)
         traceFailure("send", platform::lastSocketErrorText().c_str());
 }
 
@@ -318,6 +327,8 @@ void LogProtoServer<Protocol>::sendAnswer(const Packet& acknowledge, const Socke
         throw LogSvcError("The command packet data are out of range");
     if (buffers_->answers.isFull())
         sendAnswers();
+    if (buffers_->answers.size() == 0)
+        oldestAnswer_ = std::chrono::steady_clock::now();
     buffers_->answers.add(acknowledge.bytes(), acknowledge.size(), to);
 }
 

@@ -139,7 +139,8 @@ private:
     bool goesFirst_ = false;          ///< the receiving thread has a priority above the ordinary
     bool isAnswerWanted_ = false;     ///< by one of those handled since the last wait
     std::optional<LogCount> outcome_; ///< of the request being handled
-    std::chrono::steady_clock::time_point lastArrival_; ///< when the last wait ended with some
+    std::chrono::steady_clock::time_point oldestAnswer_; ///< when the first that waits was made
+    std::chrono::steady_clock::time_point lastArrival_;  ///< when the last wait ended with some
 
     const std::shared_ptr<LogLedger> ledger_;
     LossCounter losses_;

@@ -455,6 +455,52 @@ TEST_F(LogProtoServerTest, EachRequestOfABurstIsAnsweredOnceAndInOrder)
     server.stop(); // before what its action uses is gone
 }
 
+TEST_F(LogProtoServerTest, AnAnswerDoesNotWaitForSlowRequestsThatArrivedWithIt)
+{
+    std::promise<void> entered;
+    std::promise<void> mayLeave;
+    std::promise<void> answered;
+    std::atomic<bool> wasAnswered{false};
+    set<std::function<void(const Packet&, Packet&)>>(
+        &Server::onProcess, [&](const Packet& packet, Packet&) {
+            const auto limit = std::chrono::seconds(10);
+            switch (packet.header().sequence) {
+            case 0: // while it is being handled the others gather
+                entered.set_value();
+                mayLeave.get_future().wait_for(limit);
+                break;
+            case 2: { // takes longer than anybody should wait for the answer before
+                const auto begin = std::chrono::steady_clock::now();
+                while (std::chrono::steady_clock::now() - begin < std::chrono::milliseconds(40)) {
+                }
+                break;
+            }
+            case 3:
+                wasAnswered = answered.get_future().wait_for(limit) == std::future_status::ready;
+                break;
+            default:
+                break;
+            }
+        });
+    for (std::uint16_t i = 0; i < 5; ++i) {
+        peer.send(datagram({magicLogMessage, 0, 257, 0, i, 0}, Bytes()), to);
+        if (i == 0) {
+            ASSERT_EQ(entered.get_future().wait_for(std::chrono::seconds(10)),
+                      std::future_status::ready);
+        }
+    }
+    mayLeave.set_value();
+    for (std::uint16_t i = 0; i < 5; ++i) {
+        const std::optional<Bytes> reply = peer.receive();
+        ASSERT_TRUE(reply) << i;
+        EXPECT_EQ(readPacketHeader(reply->data()).sequence, i);
+        if (i == 1)
+            answered.set_value();
+    }
+    EXPECT_TRUE(wasAnswered);
+    server.stop(); // before what its action uses is gone
+}
+
 TEST_F(LogProtoServerTest, AThreadThatGoesFirstRestsNowAndThenWhileItFindsMore)
 {
     bool goesFirst = false;
