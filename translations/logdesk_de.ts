@@ -582,6 +582,14 @@ Möchten Sie die ältesten Meldungen entfernen und die neuesten behalten?</trans
         <source>Please stop the logging before opening a log file.</source>
         <translation>Bitte beenden Sie das Logging, bevor Sie eine Log-Datei öffnen.</translation>
     </message>
+    <message>
+        <source>Stop Logging</source>
+        <translation>Logging beenden</translation>
+    </message>
+    <message>
+        <source>Failed to stop the logging (%1)</source>
+        <translation>Das Logging konnte nicht beendet werden (%1)</translation>
+    </message>
 </context>
 <context>
     <name>zuLogging::LogStatusLabels</name>

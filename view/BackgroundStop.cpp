@@ -4,6 +4,7 @@
 
 #include <QApplication>
 
+#include <exception>
 #include <utility>
 
 namespace zuLogging {
@@ -19,16 +20,17 @@ BackgroundStop::~BackgroundStop()
     end();
 }
 
-void BackgroundStop::begin()
+QString BackgroundStop::begin()
 {
     setWaiting(true);
     join();
     try {
         thread_ = boost::thread([store = store_] { store->stopLogging(); });
-    } catch (...) {
+    } catch (const std::exception& failure) {
         setWaiting(false);
-        throw;
+        return QString::fromUtf8(failure.what());
     }
+    return {};
 }
 
 void BackgroundStop::end()

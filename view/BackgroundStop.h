@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QString>
+
 #include <boost/thread/thread.hpp>
 
 #include <memory>
@@ -19,9 +21,9 @@ public:
     BackgroundStop(const BackgroundStop&) = delete;
     BackgroundStop& operator=(const BackgroundStop&) = delete;
 
-    /// Returns at once, unless the thread of an earlier stop has not quite ended. Throws
-    /// boost::thread_resource_error, and has no wait cursor then, when no thread can be started.
-    void begin();
+    /// Returns at once, unless the thread of an earlier stop has not quite ended. Empty, or why no
+    /// thread could be started: then there is no wait cursor.
+    QString begin();
     /// To be called when the store tells that it has stopped, which may be more than once, or
     /// without a stop: the cursor goes once.
     void end();

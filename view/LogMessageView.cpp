@@ -21,16 +21,14 @@
 #include "widgets/WaitCursor.h"
 
 #include <QApplication>
-#include <QCursor>
 #include <QHeaderView>
 #include <QItemSelectionModel>
 #include <QLineEdit>
 #include <QStatusBar>
-#include <QTextDocument>
 #include <QTimer>
-#include <QToolTip>
 #include <QVBoxLayout>
 
+#include <exception>
 #include <utility>
 
 namespace zuLogging {
@@ -132,7 +130,7 @@ void LogMessageView::setUpTable()
 void LogMessageView::makeConnections()
 {
     for (LogTableModel* model : {fullModel_, filteredModel_})
-        connect(model, &LogTableModel::firstRowsGone, this, &LogMessageView::dropFirstRows);
+        deselectRowsThatLeave(*table_, *model);
     connect(updateTimer_, SIGNAL(timeout()), this, SLOT(updateView()));
     connect(&work_, &RowWork::told, this, &LogMessageView::showStatus);
     connect(progress_, &WorkProgress::ended, this, [this] {
@@ -155,12 +153,6 @@ void LogMessageView::makeConnections()
     connect(table_->horizontalHeader(), SIGNAL(sectionResized(int, int, int)), this,
             SLOT(horizontalHeaderChanged(int, int, int)));
     connect(this, SIGNAL(autoScroll()), this, SLOT(moveScrollBarToBottom()), Qt::UniqueConnection);
-}
-
-void LogMessageView::dropFirstRows(int count)
-{
-    if (sender() == table_->model())
-        deselectFirstRows(*table_->selectionModel(), count);
 }
 
 LogTableModel* LogMessageView::shownModel() const
@@ -263,31 +255,45 @@ void LogMessageView::startLoggingClicked(bool replayLogHistory)
     setButtons(false, true);
     updateTimer_->start(refreshPeriodMs);
     showStatus(tr("Logging started..."));
-    if (store_->startLogging(replayLogHistory))
-        return;
+    QString error;
+    try {
+        if (store_->startLogging(replayLogHistory))
+            return;
+        error = store_->takeErrorText();
+    } catch (const std::exception& failure) {
+        error = QString::fromUtf8(failure.what());
+    }
 
-    stopLoggingClicked();
+    if (!beginStop().isEmpty())
+        store_->stopLogging(); // there is little to stop: here, without a thread
     showBox(this, QMessageBox::Warning, tr("Start Logging"),
-            tr("Failed to start the logging (%1)").arg(store_->takeErrorText()));
+            tr("Failed to start the logging (%1)").arg(error));
 }
 
 void LogMessageView::stopLoggingClicked()
 {
     if (isBusy())
         return;
+    const QString error = beginStop();
+    if (!error.isEmpty())
+        showBox(this, QMessageBox::Warning, tr("Stop Logging"),
+                tr("Failed to stop the logging (%1)").arg(error));
+}
+
+/// Why it could not be begun; then all is as before.
+QString LogMessageView::beginStop()
+{
     // One stop at a time: a thread of an earlier one is at its end, or is this stop already.
     const bool underWay = isStopping();
     const bool couldStop = toolbar_->canStop();
     setButtons(toolbar_->canStart(), false);
     showStatus(tr("Logging stopped. Waiting for queue..."));
     if (underWay)
-        return;
-    try {
-        stop_.begin();
-    } catch (...) {
+        return {};
+    const QString error = stop_.begin();
+    if (!error.isEmpty())
         setButtons(toolbar_->canStart(), couldStop);
-        throw;
-    }
+    return error;
 }
 
 void LogMessageView::updateViewAfterStop()
@@ -431,8 +437,9 @@ LogMessageView::End LogMessageView::takeFilter(Cancel cancel)
     return End::Done;
 }
 
-QString LogMessageView::currentCellText() const
+QString LogMessageView::currentCellText()
 {
+    const auto hold = work_.holdAsShown(*shownModel());
     return table_->currentIndex().data(Qt::DisplayRole).toString();
 }
 
@@ -462,10 +469,10 @@ void LogMessageView::search(QString text, bool directionDown, Qt::CaseSensitivit
     store_->setHighlightText(text);
     store_->setSearchDown(directionDown);
     store_->setHighlightCase(cs);
-    if (newSearch) {
+    if (newSearch)
         store_->setHighlight(true);
+    if (newSearch || store_->isActive()) // or it would begin at another message than the current
         shownModel()->announceChanges();
-    }
     table_->viewport()->update(); // also when only the case rule marks other cells
 
     std::shared_ptr<RowWork::Found> found;
@@ -529,14 +536,9 @@ void LogMessageView::tableItemSelected(const QItemSelection&, const QItemSelecti
 
 void LogMessageView::displayCell()
 {
-    if (QApplication::mouseButtons() & Qt::RightButton)
+    if (isBusy() || QApplication::mouseButtons() & Qt::RightButton)
         return;
-    const QString text = currentCellText();
-    if (text.isEmpty())
-        return;
-    // A message is never markup, even where it looks like it.
-    QToolTip::showText(QCursor::pos(),
-                       Qt::mightBeRichText(text) ? Qt::convertFromPlainText(text) : text, table_);
+    showTip(table_, currentCellText());
 }
 
 void LogMessageView::showContextMenu(const QPoint&)
@@ -564,7 +566,10 @@ void LogMessageView::setReferenceTimeClicked()
         hostActions_.checkSeconds();
     }
 
-    toggleTimeReference(*fullModel_, *shownModel(), table_->currentIndex());
+    {
+        const auto hold = work_.holdAsShown(*shownModel());
+        toggleTimeReference(*fullModel_, *shownModel(), table_->currentIndex());
+    }
     table_->viewport()->update();
 }
 
@@ -634,7 +639,7 @@ void LogMessageView::selectionClipboardClicked()
     if (isBusy())
         return;
     const WaitCursor wait;
-    work_.copyCells(*shownModel(), selectedRanges(*table_->selectionModel()));
+    work_.copyCells(*shownModel(), *table_->selectionModel());
 }
 
 void LogMessageView::saveLogMessagesToJSONClicked()
@@ -642,17 +647,23 @@ void LogMessageView::saveLogMessagesToJSONClicked()
     if (isBusy())
         return;
     const QPointer<LogMessageView> self(this);
-    if (store_->isActive()) {
-        showBox(this, QMessageBox::Warning, tr("Save to JSON"),
-                tr("Please stop the logging before saving to JSON file."));
+    if (isLogging(tr("Save to JSON"), tr("Please stop the logging before saving to JSON file.")))
         return;
-    }
     const QString path = askForFile(this, QFileDialog::AcceptSave, tr("Save log file"),
                                     QStringLiteral("zulogsvc.json"), tr("JSON files (*.json)"));
     if (path.isEmpty() || !self)
         return;
     const WaitCursor wait;
     work_.saveAsJson(path);
+}
+
+/// True, and the user is told, while logging runs. The view may be gone afterwards.
+bool LogMessageView::isLogging(const QString& title, const QString& text)
+{
+    if (!store_->isActive())
+        return false;
+    showBox(this, QMessageBox::Warning, title, text);
+    return true;
 }
 
 /// Whether messages that are there shall go. False when the view is gone.
@@ -696,11 +707,8 @@ void LogMessageView::loadLogMessagesFromJSON()
     if (isBusy())
         return;
     const QString title = tr("Load from JSON");
-    if (store_->isActive()) {
-        showBox(this, QMessageBox::Warning, title,
-                tr("Please stop the logging before loading the JSON file."));
+    if (isLogging(title, tr("Please stop the logging before loading the JSON file.")))
         return;
-    }
     const QPointer<LogMessageView> self(this);
     if (!askToClear(title))
         return;
@@ -741,11 +749,8 @@ void LogMessageView::openLogFiles(const QStringList& paths, bool asksToClear)
     const QString title = tr("Open log file");
     if (paths.isEmpty() || isBusy())
         return;
-    if (store_->isActive()) {
-        showBox(this, QMessageBox::Warning, title,
-                tr("Please stop the logging before opening a log file."));
+    if (isLogging(title, tr("Please stop the logging before opening a log file.")))
         return;
-    }
     if (asksToClear && !askToClear(title))
         return;
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "logging/LogLedger.h"
+#include "store/LogContainer.h"
 #include "view/BackgroundStop.h"
 #include "view/ColumnLayout.h"
 #include "view/HostActions.h"
@@ -28,7 +29,6 @@ class FilterDialog;
 class FindDialog;
 class GoToDialog;
 class LoadedFilesToolbar;
-class LogContainer;
 class LogMessageToolbar;
 class LogTableModel;
 class LogTableView;
@@ -118,7 +118,7 @@ public Q_SLOTS:
     void saveLogMessagesToJSONClicked();
     void selectionClipboardClicked();
     void startLoggingClicked(bool replayLogHistory = false);
-    /// Throws boost::thread_resource_error, in the state as before, when no thread can be started.
+    /// When no thread can be started it says so, in the state as before.
     void stopLoggingClicked();
     void updateView();
     void updateViewAfterStop();
@@ -153,7 +153,6 @@ private:
 
     void setUpTable();
     void makeConnections();
-    void dropFirstRows(int count);
     void watchSelection();
     void showModel(LogTableModel* model);
     void switchResizeRows(bool on);
@@ -161,7 +160,9 @@ private:
     void showStatus(const QString& text);
     bool isStopping() const;
     void applyMaximum(int max);
-    QString currentCellText() const;
+    QString currentCellText();
+    QString beginStop();
+    bool isLogging(const QString& title, const QString& text);
     bool askToClear(const QString& title);
     End showLoaded(const QStringList& files, bool resizes);
 

@@ -1,8 +1,11 @@
 #include "view/RowSelection.h"
 
+#include "store/LogTableModel.h"
+
 #include <QAbstractItemModel>
 #include <QHeaderView>
 #include <QItemSelectionModel>
+#include <QTableView>
 
 #include <algorithm>
 
@@ -11,6 +14,30 @@ namespace zuLogging {
 namespace {
 
 constexpr int markedRows = 65536;
+
+/// Lets go of the first `count` rows; a range that begins in them goes on with its rest.
+void deselectFirstRows(QItemSelectionModel& selection, int count)
+{
+    if (!selection.hasSelection())
+        return;
+    if (selection.model()->rowCount() == 0) {
+        selection.clear();
+        return;
+    }
+    const QItemSelection selected = selection.selection();
+    QItemSelection gone;
+    for (const QItemSelectionRange& range : selected) {
+        if (range.top() >= count)
+            continue;
+        const QModelIndex lastGone = range.topLeft().sibling(count - 1, range.right());
+        const bool whole = range.bottom() < count || !lastGone.isValid();
+        gone.append(QItemSelectionRange(range.topLeft(),
+                                        whole ? QModelIndex(range.bottomRight()) : lastGone));
+    }
+    selection.select(gone, QItemSelectionModel::Deselect);
+    // The model notes a deselection beside the ranges; the next command works it into them.
+    selection.select(QItemSelection(), QItemSelectionModel::Select);
+}
 
 } // namespace
 
@@ -41,27 +68,12 @@ void markSelectedColumns(QHeaderView& header, QItemSelectionModel& selection)
         header.setSelectionModel(marked);
 }
 
-void deselectFirstRows(QItemSelectionModel& selection, int count)
+void deselectRowsThatLeave(QTableView& table, LogTableModel& model)
 {
-    if (!selection.hasSelection())
-        return;
-    if (selection.model()->rowCount() == 0) {
-        selection.clear();
-        return;
-    }
-    const QItemSelection selected = selection.selection();
-    QItemSelection gone;
-    for (const QItemSelectionRange& range : selected) {
-        if (range.top() >= count)
-            continue;
-        const QModelIndex lastGone = range.topLeft().sibling(count - 1, range.right());
-        const bool whole = range.bottom() < count || !lastGone.isValid();
-        gone.append(QItemSelectionRange(range.topLeft(),
-                                        whole ? QModelIndex(range.bottomRight()) : lastGone));
-    }
-    selection.select(gone, QItemSelectionModel::Deselect);
-    // The model notes a deselection beside the ranges; the next command works it into them.
-    selection.select(QItemSelection(), QItemSelectionModel::Select);
+    QObject::connect(&model, &LogTableModel::firstRowsGone, &table, [&table, &model](int count) {
+        if (table.model() == &model)
+            deselectFirstRows(*table.selectionModel(), count);
+    });
 }
 
 } // namespace zuLogging

@@ -6,8 +6,11 @@
 
 class QHeaderView;
 class QItemSelectionModel;
+class QTableView;
 
 namespace zuLogging {
+
+class LogTableModel;
 
 // What is selected in a table, by ranges: of millions of selected rows nobody wants to go through
 // the cells. GUI thread.
@@ -19,7 +22,8 @@ std::vector<CellRange> selectedRanges(const QItemSelectionModel& selection);
 /// piece: it would ask about each of them whenever it paints. To be called at each change.
 void markSelectedColumns(QHeaderView& header, QItemSelectionModel& selection);
 
-/// Lets go of the first `count` rows; a range that begins in them goes on with its rest.
-void deselectFirstRows(QItemSelectionModel& selection, int count);
+/// From now on rows that leave `model` at its front are selected no more in the table, while it
+/// shows that model; a range that begins in them goes on with its rest.
+void deselectRowsThatLeave(QTableView& table, LogTableModel& model);
 
 } // namespace zuLogging

@@ -13,8 +13,9 @@ namespace zuLogging {
 class LogTableModel;
 class WorkControl;
 
-// Rows of a table as text, for files and the clipboard. Any thread: rows that come or go meanwhile
-// are in it or are not. All throw WorkCancelled, and std::bad_alloc where the text is too large.
+// Rows of a table as text, for files and the clipboard. Any thread, but no row may come or go
+// meanwhile (LogContainer::holdRows): rows are read by their numbers. All throw WorkCancelled, and
+// std::bad_alloc where the text is too large.
 
 /// All rows, also those in front of the ones shown: each cell followed by a tab, each row by a
 /// newline.

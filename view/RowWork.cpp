@@ -1,6 +1,7 @@
 #include "view/RowWork.h"
 
 #include "store/LogTableModel.h"
+#include "view/RowSelection.h"
 #include "view/RowText.h"
 
 #include <QApplication>
@@ -16,6 +17,13 @@
 namespace zuLogging {
 
 namespace {
+
+/// For the thread that works, which lets go of the rows when it is done: the window's thread may
+/// have to wait for messages to move on before it comes back here.
+std::shared_ptr<LogContainer::RowsHold> handOver(LogContainer::RowsHold& hold)
+{
+    return std::make_shared<LogContainer::RowsHold>(std::move(hold));
+}
 
 QString nameOf(const QString& path)
 {
@@ -149,29 +157,41 @@ void RowWork::discard(WorkProgress::Result garbage)
         progress_->discard(std::move(garbage));
 }
 
+LogContainer::RowsHold RowWork::holdAsShown(LogTableModel& model)
+{
+    LogContainer::RowsHold hold = store_->holdRows();
+    if (store_->isActive())
+        model.announceChanges();
+    return hold;
+}
+
 RowWork::End RowWork::copy(const LogTableModel& model)
 {
-    return copyText(progress_->isLong(model.messageCount()),
+    return copyText(progress_->isLong(model.messageCount()), store_->holdRows(),
                     [&model](WorkControl& control) { return rowsAsText(model, control); });
 }
 
-RowWork::End RowWork::copyCells(const LogTableModel& model, const std::vector<CellRange>& ranges)
+RowWork::End RowWork::copyCells(LogTableModel& model, const QItemSelectionModel& selection)
 {
+    LogContainer::RowsHold hold = holdAsShown(model);
+    const std::vector<CellRange> ranges = selectedRanges(selection);
     std::int64_t rows = 0;
     for (const CellRange& range : ranges)
         rows += range.bottom - range.top + 1;
     rows = std::min<std::int64_t>(rows, model.messageCount());
     return copyText(
-        progress_->isLong(static_cast<int>(rows)),
+        progress_->isLong(static_cast<int>(rows)), std::move(hold),
         [&model, &ranges](WorkControl& control) { return cellsAsText(model, ranges, control); });
 }
 
-RowWork::End RowWork::copyText(bool isLong, const std::function<QString(WorkControl&)>& makeText)
+RowWork::End RowWork::copyText(bool isLong, LogContainer::RowsHold hold,
+                               const std::function<QString(WorkControl&)>& makeText)
 {
     try {
         QString text;
         const End end = run(tr("Copying"), tr("Copying was cancelled"), isLong, Cancel::Allowed,
-                            [&text, &makeText](WorkControl& control) {
+                            [&text, &makeText, handed = handOver(hold)](WorkControl& control) {
+                                const LogContainer::RowsHold held = std::move(*handed);
                                 text = makeText(control);
                                 return WorkProgress::Result();
                             });
@@ -193,7 +213,9 @@ RowWork::End RowWork::saveAsText(const QString& path, const LogTableModel& model
         !file.open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Text))
         return End::Done;
     return run(tr("Saving %1").arg(nameOf(path)), tr("Saving was cancelled"),
-               progress_->isLong(model.messageCount()), Cancel::Allowed, [&](WorkControl& control) {
+               progress_->isLong(model.messageCount()), Cancel::Allowed,
+               [&file, isNew, &model, store = store_.get()](WorkControl& control) {
+                   const LogContainer::RowsHold held = store->holdRows();
                    appendRows(file, isNew, model, control);
                    return WorkProgress::Result();
                });

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "store/LogContainer.h"
-#include "view/CellRange.h"
 #include "view/WorkProgress.h"
 
 #include <QModelIndex>
@@ -12,6 +11,8 @@
 #include <functional>
 #include <memory>
 #include <vector>
+
+class QItemSelectionModel;
 
 namespace zuLogging {
 
@@ -53,10 +54,15 @@ public:
     /// Empties both models; never long.
     void clear();
 
-    // To the clipboard.
-    End copy(const LogTableModel& model);
-    End copyCells(const LogTableModel& model, const std::vector<CellRange>& ranges);
+    /// As long as it lives the rows are those that the views show: after a while of logging the row
+    /// numbers that they were told of are those of other messages.
+    LogContainer::RowsHold holdAsShown(LogTableModel& model);
 
+    // To the clipboard and to a text file: no record moves on meanwhile, so that each line is one
+    // message and none is left out.
+    End copy(const LogTableModel& model);
+    /// The `selection` in a view of `model`.
+    End copyCells(LogTableModel& model, const QItemSelectionModel& selection);
     /// Appends the rows as text. A file that cannot be written, or is none, is left alone.
     End saveAsText(const QString& path, const LogTableModel& model);
     /// LogTableModel::saveToJson of all messages.
@@ -75,7 +81,8 @@ private:
     End run(const QString& what, const QString& whenCancelled, bool isLong, Cancel cancel,
             const WorkProgress::Work& work, WorkProgress::Result* result = nullptr);
     LogTableModel& all() const { return *store_->fullModel(); }
-    End copyText(bool isLong, const std::function<QString(WorkControl&)>& makeText);
+    End copyText(bool isLong, LogContainer::RowsHold hold,
+                 const std::function<QString(WorkControl&)>& makeText);
     void discard(WorkProgress::Result garbage);
 
     WorkProgress* progress_;

@@ -17,11 +17,14 @@ int fullRowOf(const LogTableModel& full, const LogTableModel& shown, const QMode
     const std::shared_ptr<LogMessage> message = shown.messageAt(shownRow);
     if (!message)
         return -1;
-    // Both models keep the order of arrival, so the message cannot stand earlier in the full one.
+    // Hardly ever earlier than among those that pass the filter: only where that kept rows which
+    // the full model has lost.
     const int rows = full.messageCount();
-    for (int row = shownRow; row < rows; ++row)
+    for (int i = 0; i < rows; ++i) {
+        const int row = (shownRow + i) % rows;
         if (full.messageAt(row) == message)
             return row;
+    }
     return -1;
 }
 

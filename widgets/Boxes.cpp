@@ -1,6 +1,9 @@
 #include "widgets/Boxes.h"
 
+#include <QCursor>
 #include <QPointer>
+#include <QTextDocument>
+#include <QToolTip>
 
 namespace zuLogging {
 
@@ -14,6 +17,14 @@ QMessageBox::StandardButton showBox(QWidget* parent, QMessageBox::Icon icon, con
         return QMessageBox::NoButton;
     delete box;
     return static_cast<QMessageBox::StandardButton>(answer);
+}
+
+void showTip(QWidget* widget, const QString& text)
+{
+    if (text.isEmpty())
+        return;
+    QToolTip::showText(QCursor::pos(),
+                       Qt::mightBeRichText(text) ? Qt::convertFromPlainText(text) : text, widget);
 }
 
 QString askForFile(QWidget* parent, QFileDialog::AcceptMode mode, const QString& caption,

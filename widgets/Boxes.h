@@ -18,6 +18,10 @@ QMessageBox::StandardButton showBox(QWidget* parent, QMessageBox::Icon icon, con
                                     const QString& text,
                                     QMessageBox::StandardButtons buttons = QMessageBox::Ok);
 
+/// A tool tip of `widget` where the mouse is; never markup either, even where it looks like it.
+/// None for an empty text.
+void showTip(QWidget* widget, const QString& text);
+
 /// The path of a file to be read (one that is there) or written. `proposed` is its name to begin
 /// with, may be empty. Empty when no file was chosen, or the dialog went with its parent.
 QString askForFile(QWidget* parent, QFileDialog::AcceptMode mode, const QString& caption,

@@ -10,6 +10,7 @@
 #include "tests/support/TestEnvironment.h"
 
 #include <QAbstractItemModelTester>
+#include <QElapsedTimer>
 #include <QSignalSpy>
 
 #include <gtest/gtest.h>
@@ -117,10 +118,19 @@ TEST(LogContainer, ARealWorkerIsWokenEarlyWhenManyRecordsAreQueued)
 {
     QuietDesk desk;
     ASSERT_TRUE(desk.store->startLogging(false));
-    for (std::uint64_t id = 1; id <= 3000; ++id)
-        desk.store->addMessage(decoded(id));
-    EXPECT_TRUE(desk.waitForRows(3000));
-    EXPECT_EQ(storedIds(desk.full), range(1, 3000));
+    constexpr int rounds = 30;
+    constexpr std::uint64_t many = 1024; // as many wake it
+    QElapsedTimer clock;
+    clock.start();
+    for (std::uint64_t round = 0; round < rounds; ++round) {
+        ASSERT_TRUE(waitFor([&] { return Access::isWorkerWaiting(*desk.store); }));
+        for (std::uint64_t id = 1; id <= many; ++id)
+            desk.store->addMessage(decoded(round * many + id));
+        ASSERT_TRUE(desk.waitForRows(static_cast<int>((round + 1) * many)));
+    }
+    // A worker that only looks every 100 ms takes as long for each round; this one a millisecond.
+    EXPECT_LT(clock.elapsed(), rounds * 100 / 2);
+    EXPECT_EQ(storedIds(desk.full), range(1, rounds * many));
     EXPECT_TRUE(desk.stop());
 }
 
@@ -766,6 +776,26 @@ TEST(LogContainer, AStartWhileThePreviousWorkerDrainsEndsWithIt)
     desk.store->addMessage(decoded(103));
     EXPECT_TRUE(desk.waitForRows(102));
     EXPECT_TRUE(desk.stop());
+}
+
+/// Is stopped while it subscribes, as by a window that closes.
+class StoppedStore final : public LogContainer
+{
+protected:
+    std::shared_ptr<LogMessageListener> makeListener(bool) override
+    {
+        stopLogging();
+        return {};
+    }
+};
+
+TEST(LogContainer, AStopDuringTheStartLeavesNoWorker)
+{
+    Desk<StoppedStore> desk;
+    EXPECT_FALSE(desk.store->startLogging(false));
+    EXPECT_FALSE(desk.store->isActive());
+    EXPECT_EQ(desk.done, 1);
+    EXPECT_EQ(Access::livingWorkers(*desk.store), 0U);
 }
 
 TEST(LogContainer, ShuttingDownEndsTheWorkerWithoutDraining)

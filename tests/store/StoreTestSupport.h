@@ -12,6 +12,7 @@
 #include <boost/thread/lock_types.hpp>
 
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -23,6 +24,12 @@ struct LogContainerAccess
     static void setActive(LogContainer& store, bool active) { store.active_ = active; }
     static bool isStopRequested(const LogContainer& store) { return store.stopRequested_; }
     static bool isShuttingDown(const LogContainer& store) { return store.shuttingDown_; }
+    /// For messages, with nothing left to do.
+    static bool isWorkerWaiting(LogContainer& store)
+    {
+        const std::lock_guard<platform::PriorityMutex> lock(store.queueLock_);
+        return store.waitingWorkers_ > 0;
+    }
     /// One step of the worker, on this thread.
     static void moveMessages(LogContainer& store) { store.moveMessages(); }
     /// Keeps every worker from moving records.

@@ -8,7 +8,10 @@
 
 #include <QElapsedTimer>
 
+#include <pthread.h>
+
 #include <atomic>
+#include <cstddef>
 
 namespace zuLogging::test {
 namespace {
@@ -140,6 +143,71 @@ TEST_F(LoggingTest, ButtonsTimerStatusAndCursorFollowTheStateTable)
     EXPECT_TRUE(window->filter.isEnabled());
     EXPECT_TRUE(window->resizeRows.isEnabled());
     EXPECT_FALSE(window->resizeRows.isChecked());
+}
+
+/// As long as it lives no thread can be started: none has room for such a stack.
+class NoMoreThreads
+{
+public:
+    NoMoreThreads()
+    {
+        pthread_attr_t huge;
+        ::pthread_getattr_default_np(&before_);
+        ::pthread_getattr_default_np(&huge);
+        EXPECT_EQ(::pthread_attr_setstacksize(&huge, std::size_t{1} << 47), 0);
+        EXPECT_EQ(::pthread_setattr_default_np(&huge), 0);
+        ::pthread_attr_destroy(&huge);
+    }
+    ~NoMoreThreads()
+    {
+        ::pthread_setattr_default_np(&before_);
+        ::pthread_attr_destroy(&before_);
+    }
+    NoMoreThreads(const NoMoreThreads&) = delete;
+    NoMoreThreads& operator=(const NoMoreThreads&) = delete;
+
+private:
+    pthread_attr_t before_{};
+};
+
+TEST_F(LoggingTest, AStartWithoutAThreadToBeHadIsToldAndCanBeTriedAgain)
+{
+    auto scripted = openScripted();
+    BoxAnswerer user;
+    for (const bool fails : {false, true}) {
+        scripted->fails = fails;
+        const NoMoreThreads none;
+        view->startLoggingClicked();
+        expectStopped();
+    }
+    ASSERT_EQ(user.seen.size(), 2U);
+    EXPECT_TRUE(user.seen[0].text.startsWith(QStringLiteral("Failed to start the logging (")));
+    EXPECT_EQ(user.seen[1].text, QStringLiteral("Failed to start the logging (no such service)"));
+    scripted->fails = false;
+    view->startLoggingClicked();
+    expectLogging();
+    view->stopLoggingClicked();
+    EXPECT_TRUE(waitForStop());
+}
+
+TEST_F(LoggingTest, AStopWithoutAThreadToBeHadIsToldAndCanBeTriedAgain)
+{
+    openScripted();
+    view->startLoggingClicked();
+    BoxAnswerer user;
+    {
+        const NoMoreThreads none;
+        view->stopLoggingClicked();
+    }
+    ASSERT_EQ(user.seen.size(), 1U);
+    EXPECT_EQ(user.seen[0].title, QStringLiteral("Stop Logging"));
+    EXPECT_TRUE(stopEnabled());
+    EXPECT_FALSE(startEnabled());
+    EXPECT_EQ(QApplication::overrideCursor(), nullptr);
+    EXPECT_TRUE(store->isActive());
+    view->stopLoggingClicked();
+    EXPECT_TRUE(waitForStop());
+    expectStopped();
 }
 
 TEST_F(LoggingTest, StoppingWithQueuedMessagesKeepsBothButtonsDisabledUntilTheStoreReports)
