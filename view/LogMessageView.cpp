@@ -291,8 +291,10 @@ QString LogMessageView::beginStop()
     if (underWay)
         return {};
     const QString error = stop_.begin();
-    if (!error.isEmpty())
+    if (!error.isEmpty()) {
         setButtons(toolbar_->canStart(), couldStop);
+        showStatus(tr("Logging started..."));
+    }
     return error;
 }
 
@@ -688,8 +690,7 @@ LogMessageView::End LogMessageView::showLoaded(const QStringList& files, bool re
     const WaitCursor wait;
     if (!files.isEmpty()) {
         filesToolbar_->add(files);
-        // Also while the filtered messages are not shown: the store takes those it has for
-        // complete.
+        // Also while they are not shown: the store takes the filtered ones for complete.
         if (store_->isFiltering() && work_.refilter(nullptr, Cancel::Never) == End::Gone)
             return End::Gone;
     }

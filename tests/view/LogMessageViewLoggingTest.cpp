@@ -201,9 +201,7 @@ TEST_F(LoggingTest, AStopWithoutAThreadToBeHadIsToldAndCanBeTriedAgain)
     }
     ASSERT_EQ(user.seen.size(), 1U);
     EXPECT_EQ(user.seen[0].title, QStringLiteral("Stop Logging"));
-    EXPECT_TRUE(stopEnabled());
-    EXPECT_FALSE(startEnabled());
-    EXPECT_EQ(QApplication::overrideCursor(), nullptr);
+    expectLogging();
     EXPECT_TRUE(store->isActive());
     view->stopLoggingClicked();
     EXPECT_TRUE(waitForStop());
