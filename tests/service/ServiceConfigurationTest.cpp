@@ -53,7 +53,7 @@ protected:
     QTemporaryDir directory_;
 };
 
-const std::string err = R"({"parameters":{"level":"err"}})";
+const std::string errDocument = R"({"parameters":{"level":"err"}})";
 const std::string warn = R"({"parameters":{"level":"warn"}})";
 
 std::string withFile(const std::string& file)
@@ -75,10 +75,10 @@ TEST_F(ConfigurationOfTheService, AReplacedOneIsInForceAndInTheFileAndThereAfter
 {
     {
         ServiceConfiguration configuration(pathText());
-        configuration.replace(err);
-        EXPECT_EQ(*configuration.current().text, err);
+        configuration.replace(errDocument);
+        EXPECT_EQ(*configuration.current().text, errDocument);
         EXPECT_EQ(level(configuration), LogLevel::Err);
-        EXPECT_EQ(readFile(), err);
+        EXPECT_EQ(readFile(), errDocument);
         configuration.replace(warn);
         EXPECT_EQ(readFile(), warn);
     }
@@ -103,7 +103,7 @@ TEST_F(ConfigurationOfTheService, WhatItDoesNotKnowComesBackAsItCame)
 TEST_F(ConfigurationOfTheService, WhatIsNoGoodDocumentIsRefusedAndNothingChanges)
 {
     ServiceConfiguration configuration(pathText());
-    configuration.replace(err);
+    configuration.replace(errDocument);
     for (const std::string& text :
          {std::string(), std::string("{"), std::string("[]"), std::string("\"text\""),
           std::string("null"), std::string("{}x"), std::string("{\"a\":1,}"),
@@ -113,7 +113,7 @@ TEST_F(ConfigurationOfTheService, WhatIsNoGoodDocumentIsRefusedAndNothingChanges
           std::string(600, '[').insert(0, "{\"a\":") + std::string(600, ']') + "}",
           "{\"a\":\"" + std::string(ServiceConfiguration::maximumSize, 'x') + "\"}"})
         EXPECT_TRUE(isRefused(configuration, text)) << text.substr(0, 80);
-    EXPECT_EQ(readFile(), err);
+    EXPECT_EQ(readFile(), errDocument);
     EXPECT_EQ(level(configuration), LogLevel::Err);
 }
 
@@ -135,18 +135,18 @@ TEST_F(ConfigurationOfTheService, ABrokenFileIsReportedAndKeptUntilAGoodOneComes
     EXPECT_EQ(trace_.countStartingWith("Failed to read the logging configuration '"), 1U);
     EXPECT_TRUE(isRefused(configuration, "nothing good"));
     EXPECT_EQ(readFile(), "{ broken");
-    configuration.replace(err);
-    EXPECT_EQ(readFile(), err);
+    configuration.replace(errDocument);
+    EXPECT_EQ(readFile(), errDocument);
 }
 
 TEST_F(ConfigurationOfTheService, AFileThatCannotBeWrittenKeepsTheOldOneInForce)
 {
     ServiceConfiguration configuration(pathText());
-    configuration.replace(err);
+    configuration.replace(errDocument);
     // Nothing can be written where a folder stands in the way.
     ASSERT_TRUE(QDir().mkpath(path() + QStringLiteral(".new")));
     EXPECT_TRUE(isRefused(configuration, warn));
-    EXPECT_EQ(readFile(), err);
+    EXPECT_EQ(readFile(), errDocument);
     ASSERT_TRUE(QDir().rmdir(path() + QStringLiteral(".new")));
     EXPECT_FALSE(isRefused(configuration, warn));
     EXPECT_EQ(readFile(), warn);
@@ -161,7 +161,7 @@ TEST_F(ConfigurationOfTheService, ATemporaryFileThatIsALinkIsNotFollowed)
     file.close();
     ASSERT_EQ(::symlink(victim.toLocal8Bit().constData(), (pathText() + ".new").c_str()), 0);
     ServiceConfiguration configuration(pathText());
-    EXPECT_TRUE(isRefused(configuration, err));
+    EXPECT_TRUE(isRefused(configuration, errDocument));
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     EXPECT_EQ(file.readAll(), QByteArray("precious"));
 }
@@ -173,15 +173,15 @@ TEST_F(ConfigurationOfTheService, WhatAKilledServiceLeftHalfWrittenIsWrittenOver
     file.write(QByteArray(100000, 'x'));
     file.close();
     ServiceConfiguration configuration(pathText());
-    configuration.replace(err);
-    EXPECT_EQ(readFile(), err);
+    configuration.replace(errDocument);
+    EXPECT_EQ(readFile(), errDocument);
     EXPECT_FALSE(file.exists());
 }
 
 TEST_F(ConfigurationOfTheService, WithoutAFolderItIsKeptInMemory)
 {
     ServiceConfiguration configuration;
-    configuration.replace(err);
+    configuration.replace(errDocument);
     EXPECT_EQ(level(configuration), LogLevel::Err);
 }
 
@@ -209,7 +209,7 @@ TEST_F(ConfigurationOfTheService, APathThatTheKeptFileNamesMayStay)
     EXPECT_FALSE(isRefused(configuration,
                            R"({"parameters":{"file":"/var/log/outside.log","level":"err"}})"));
     // Once it is gone it cannot come back.
-    EXPECT_FALSE(isRefused(configuration, err));
+    EXPECT_FALSE(isRefused(configuration, errDocument));
     EXPECT_TRUE(isRefused(configuration, withFile("/var/log/outside.log")));
 }
 
