@@ -484,21 +484,18 @@ TEST_F(MainMenu, FilterShowsTheFilterDialog)
 TEST_F(MainMenu, ShiftFHasOneTakerInTheWindow)
 {
     openWindow();
-    holder->activateWindow();
-    ASSERT_TRUE(waitFor([&] { return holder->isActiveWindow(); }));
     // The context menu makes its own entry with that key; it must not stay in the way.
     addMessages(1);
     for (int round = 0; round < 2; ++round) {
-        // Pressed again where the window is still to become the active one, which decides about
-        // shortcuts; two takers would never open it.
+        // Only the active window has shortcuts, and the dialog that was hidden may be told late
+        // that it is the one: pressed again then. Two takers would never open it.
         EXPECT_TRUE(waitFor([&] {
+            holder->activateWindow();
             QTest::keyClick(&table(), Qt::Key_F, Qt::ShiftModifier);
             QTest::keyRelease(&table(), Qt::Key_Shift);
             return holder->messageView()->filterDialog()->isVisible();
         }));
         holder->messageView()->filterDialog()->hide();
-        holder->activateWindow();
-        ASSERT_TRUE(waitFor([&] { return holder->isActiveWindow(); }));
         QTimer closeMenu;
         QObject::connect(&closeMenu, &QTimer::timeout, [] {
             if (QWidget* popup = QApplication::activePopupWidget())

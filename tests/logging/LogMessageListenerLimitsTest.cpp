@@ -113,11 +113,9 @@ TEST_F(LogMessageListenerLimits, AllSinksOfTheListCountAndAFreedPlaceIsUsedAgain
 TEST_F(LogMessageListenerLimits, ThePlacesOfKilledViewersAreUsedAgainWhenTheyAreNeeded)
 {
     const ListenerUnderTest listener({sink}, false, 0, ListenerLimits::careful());
-    // Where nothing else binds, so that nobody gets a port that a killed one had.
-    constexpr std::uint32_t elsewhere = platform::loopbackAddress + 1;
     std::vector<std::unique_ptr<UdpPeer>> viewers;
     for (int i = 0; i < 63; ++i) {
-        viewers.push_back(std::make_unique<UdpPeer>(elsewhere));
+        viewers.push_back(std::make_unique<UdpPeer>(ownLoopbackAddress()));
         ASSERT_EQ(forward(listener, socketAddressText(viewers.back()->address())), 0);
     }
     viewers.resize(2); // the other 61 are gone without a word

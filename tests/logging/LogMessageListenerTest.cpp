@@ -526,7 +526,7 @@ TEST_F(LogMessageListenerTest, ForwardersToNobodyAreToldOfBeforeTheyGo)
     std::vector<std::unique_ptr<UdpPeer>> viewers;
     std::vector<std::string> texts;
     for (int i = 0; i < 64; ++i) {
-        viewers.push_back(std::make_unique<UdpPeer>());
+        viewers.push_back(std::make_unique<UdpPeer>(ownLoopbackAddress()));
         texts.push_back(socketAddressText(viewers.back()->address()));
     }
     for (std::size_t i = 0; i < 64; ++i) {

@@ -5,6 +5,7 @@
 #include "logging/LogMessageSinkRecorder.h"
 #include "logging/LogMessageSinkTrace.h"
 #include "logging/ServiceStatus.h"
+#include "logging/SocketAddressText.h"
 #include "platform/Desktop.h"
 #include "platform/Process.h"
 #include "platform/Trace.h"
@@ -13,6 +14,7 @@
 #include "tests/service/Subscriber.h"
 #include "tests/support/RecordingSink.h"
 #include "tests/support/TestEnvironment.h"
+#include "tests/support/UdpPeer.h"
 
 #include <QCoreApplication>
 
@@ -28,6 +30,7 @@ namespace {
 
 using namespace std::chrono_literals;
 using test::RawPeer;
+using test::UdpPeer;
 
 class LogServiceStatus : public ::testing::Test
 {
@@ -173,10 +176,11 @@ TEST_F(LogServiceStatus, CountsWhatForwardersSentAlsoOnceTheyAreGone)
 TEST_F(LogServiceStatus, CountsWhatForwardersToNobodySentWhenTheirPlacesWereNeeded)
 {
     start();
-    std::vector<std::unique_ptr<RawPeer>> viewers;
+    std::vector<std::unique_ptr<UdpPeer>> viewers;
     for (int i = 0; i < 64; ++i) {
-        viewers.push_back(std::make_unique<RawPeer>());
-        ASSERT_EQ(ask(289, test::sinkPayload(4, viewers.back()->addressText())), 0);
+        viewers.push_back(std::make_unique<UdpPeer>(test::ownLoopbackAddress()));
+        const std::string text = socketAddressText(viewers.back()->address());
+        ASSERT_EQ(ask(289, test::sinkPayload(4, text)), 0);
     }
     deliver();
     viewers.resize(1);

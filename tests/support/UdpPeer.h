@@ -12,6 +12,8 @@
 #include <optional>
 #include <vector>
 
+#include <unistd.h>
+
 namespace zuLogging::test {
 
 using Bytes = std::vector<std::uint8_t>;
@@ -39,6 +41,12 @@ inline Bytes datagram(PacketHeader header, const Bytes& payload)
     if (!payload.empty())
         std::memcpy(bytes.data() + packetHeaderSize, payload.data(), payload.size());
     return bytes;
+}
+
+/// A loopback address of this process: a port that is given back there is nobody else's afterwards.
+inline std::uint32_t ownLoopbackAddress()
+{
+    return platform::loopbackAddress + static_cast<std::uint32_t>(::getpid());
 }
 
 /// A bare socket on the loopback that sends and receives what it is told, valid or not.
