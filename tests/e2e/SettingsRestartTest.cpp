@@ -2,77 +2,21 @@
 
 #include "store/LogField.h"
 #include "store/ViewSettings.h"
-#include "tests/service/ProgramRun.h"
+#include "tests/e2e/WindowRun.h"
 #include "tests/service/ServiceProcess.h"
-#include "tests/support/TestEnvironment.h"
 #include "tests/support/VirtualDisplay.h"
 
 #include <QDir>
 #include <QFileInfo>
-#include <QProcess>
-#include <QProcessEnvironment>
 
 #include <gtest/gtest.h>
 
 namespace zuLogging {
 namespace {
 
-using test::programPath;
 using test::ServiceProcess;
 using test::VirtualDisplay;
-
-/// One run of the window's program, driven by the keyboard.
-class WindowRun
-{
-public:
-    explicit WindowRun(const QString& display)
-    {
-        environment_ = test::environmentOn(display);
-        program_.setProcessEnvironment(environment_);
-        program_.start(programPath(QStringLiteral("logdesk")), QStringList());
-        window_ = xdotool({QStringLiteral("search"), QStringLiteral("--sync"),
-                           QStringLiteral("--onlyvisible"), QStringLiteral("--name"),
-                           QStringLiteral("Arvenza LogDesk")})
-                      .section(QLatin1Char('\n'), 0, 0);
-        xdotool({QStringLiteral("windowfocus"), QStringLiteral("--sync"), window_});
-    }
-    ~WindowRun()
-    {
-        if (program_.state() != QProcess::NotRunning) {
-            program_.kill();
-            program_.waitForFinished(5000);
-        }
-    }
-
-    bool isOpen() const { return !window_.isEmpty(); }
-    void type(const QStringList& keys)
-    {
-        xdotool(
-            QStringList{QStringLiteral("key"), QStringLiteral("--delay"), QStringLiteral("50")} +
-            keys);
-    }
-    /// The exit status; -1 when it did not end by itself.
-    int waitForEnd()
-    {
-        return program_.waitForFinished(20000) && program_.exitStatus() == QProcess::NormalExit
-                   ? program_.exitCode()
-                   : -1;
-    }
-
-private:
-    QString xdotool(const QStringList& arguments)
-    {
-        QProcess tool;
-        tool.setProcessEnvironment(environment_);
-        tool.start(QStringLiteral("xdotool"), arguments);
-        EXPECT_TRUE(tool.waitForFinished(20000)) << arguments.join(QLatin1Char(' ')).toStdString();
-        return QString::fromLatin1(tool.readAllStandardOutput()).trimmed();
-    }
-
-    QProcessEnvironment environment_;
-    QProcess program_;
-    QString window_;
-};
+using test::WindowRun;
 
 ViewSettings savedSettings()
 {
@@ -110,7 +54,7 @@ TEST(SettingsRestart, WhatWasChangedInOneRunHoldsInTheNext)
         ASSERT_TRUE(run.isOpen());
         run.type(toggleAutoScroll);
         run.type({QStringLiteral("ctrl+w")});
-        ASSERT_EQ(run.waitForEnd(), 0);
+        ASSERT_EQ(run.waitForEnd(), "status 0");
         const ViewSettings saved = savedSettings();
         EXPECT_EQ(saved.autoScrollEnabled, expected);
         EXPECT_EQ(saved.maximumLogMessages, 4321);

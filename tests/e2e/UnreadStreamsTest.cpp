@@ -4,19 +4,19 @@
 #include "logging/ServiceStatus.h"
 #include "logging/SinkFactory.h"
 #include "logging/SocketAddressText.h"
+#include "tests/e2e/WindowRun.h"
 #include "tests/service/RawPeer.h"
 #include "tests/service/ServiceProcess.h"
 #include "tests/support/TestEnvironment.h"
 #include "tests/support/VirtualDisplay.h"
 
 #include <QFile>
-#include <QProcess>
-#include <QProcessEnvironment>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
 #include <array>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -31,6 +31,7 @@ using test::RawPeer;
 using test::ServiceProcess;
 using test::VirtualDisplay;
 using test::waitFor;
+using test::WindowRun;
 
 /// A named pipe, and the end of it that is read.
 class Pipe
@@ -99,53 +100,26 @@ protected:
     {
         ASSERT_FALSE(display_.name().isEmpty()) << "no Xvfb";
         ASSERT_TRUE(service_.start());
-        environment_ = test::environmentOn(display_.name());
-        program_.setProcessEnvironment(environment_);
-        program_.setStandardOutputFile(output_.path());
-        program_.setStandardErrorFile(error_.path());
-        program_.start(test::programPath(QStringLiteral("logdesk")), QStringList());
-        const QString window = xdotool({QStringLiteral("search"), QStringLiteral("--sync"),
-                                        QStringLiteral("--onlyvisible"), QStringLiteral("--name"),
-                                        QStringLiteral("Arvenza LogDesk")})
-                                   .section(QLatin1Char('\n'), 0, 0);
-        ASSERT_FALSE(window.isEmpty());
-        xdotool({QStringLiteral("windowfocus"), QStringLiteral("--sync"), window});
+        window_.emplace(display_.name(), output_.path(), error_.path());
+        ASSERT_TRUE(window_->isOpen());
         // The first entry of the menu "Log": "Start logging". A key that comes before the window
         // has the focus is lost.
         bool logs = false;
         for (int tries = 0; tries < 2 && !logs; ++tries) {
-            xdotool({QStringLiteral("key"), QStringLiteral("--delay"), QStringLiteral("50"),
-                     QStringLiteral("alt+l"), QStringLiteral("Return")});
-            logs = waitFor([this] { return findWindow(); });
+            window_->type({QStringLiteral("alt+l"), QStringLiteral("Return")});
+            logs = waitFor([this] { return findListener(); });
         }
         ASSERT_TRUE(logs) << "the window does not log";
     }
 
-    ~UnreadStreams() override
-    {
-        if (program_.state() != QProcess::NotRunning) {
-            program_.kill();
-            program_.waitForFinished(5000);
-        }
-    }
-
-    QString xdotool(const QStringList& arguments)
-    {
-        QProcess tool;
-        tool.setProcessEnvironment(environment_);
-        tool.start(QStringLiteral("xdotool"), arguments);
-        EXPECT_TRUE(tool.waitForFinished(20000)) << arguments.join(QLatin1Char(' ')).toStdString();
-        return QString::fromLatin1(tool.readAllStandardOutput()).trimmed();
-    }
-
     /// Where the service forwards to.
-    bool findWindow()
+    bool findListener()
     {
         const ServiceStatus status = ServiceStatus::fromJson(
             LogClient(service_.address()).download(LogClientCommand::GetServiceStatus));
         for (const ServiceStatus::Sink& sink : status.sinks)
             if (sink.type == "forward") {
-                window_ = parseSocketAddress(sink.argument);
+                listener_ = parseSocketAddress(sink.argument);
                 return true;
             }
         return false;
@@ -155,7 +129,7 @@ protected:
     bool ask(LogMessageCommand command, std::string_view payload = {})
     {
         const auto header =
-            peer_.ask(window_, magicLogMessage, static_cast<std::uint16_t>(command), payload);
+            peer_.ask(listener_, magicLogMessage, static_cast<std::uint16_t>(command), payload);
         return header && header->status == 0;
     }
     bool answers() { return ask(LogMessageCommand::NoOperation); }
@@ -173,17 +147,14 @@ protected:
     void sendRubbish()
     {
         const std::string text = "hello";
-        peer_.send(std::vector<std::uint8_t>(text.begin(), text.end()), window_);
+        peer_.send(std::vector<std::uint8_t>(text.begin(), text.end()), listener_);
     }
 
     /// As a person does; what became of the program.
     std::string closeWindow()
     {
-        xdotool({QStringLiteral("key"), QStringLiteral("ctrl+w")});
-        if (!waitFor([this] { return program_.state() == QProcess::NotRunning; }))
-            return "still runs";
-        return (program_.exitStatus() == QProcess::NormalExit ? "status " : "signal ") +
-               std::to_string(program_.exitCode());
+        window_->type({QStringLiteral("ctrl+w")});
+        return window_->waitForEnd();
     }
 
     const VirtualDisplay display_;
@@ -191,9 +162,8 @@ protected:
     Pipe output_{folder_.filePath(QStringLiteral("output"))};
     Pipe error_{folder_.filePath(QStringLiteral("error"))};
     ServiceProcess service_;
-    QProcessEnvironment environment_;
-    QProcess program_;
-    platform::SocketAddress window_;
+    std::optional<WindowRun> window_;
+    platform::SocketAddress listener_;
     RawPeer peer_;
 };
 
