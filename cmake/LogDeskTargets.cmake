@@ -82,6 +82,12 @@ function(logdesk_test name)
     target_link_libraries(${name} PRIVATE ${ARG_LINK} logdesk_test_support GTest::gtest)
     # The cases themselves are run once: compiling them well takes longer than that.
     target_compile_options(${name} PRIVATE -O0 -g1)
+    if(LOGDESK_UNITY_TESTS)
+        set_target_properties(${name} PROPERTIES UNITY_BUILD ON)
+        # GCC takes a source that was put together for a header.
+        target_compile_options(${name} PRIVATE
+            $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
+    endif()
     # An empty value would not get through, and its property take the next one's name for it.
     set(properties RUN_SERIAL ${ARG_SERIAL})
     if(ARG_LABELS)
