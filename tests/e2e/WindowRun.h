@@ -53,7 +53,7 @@ public:
     /// What became of it: "status 0", the number of a signal, or that it still runs.
     std::string waitForEnd()
     {
-        if (!waitFor([this] { return program_.state() == QProcess::NotRunning; }))
+        if (!waitFor([this] { return program_.state() == QProcess::NotRunning; }, 20000))
             return "still runs";
         return (program_.exitStatus() == QProcess::NormalExit ? "status " : "signal ") +
                std::to_string(program_.exitCode());
